@@ -1,0 +1,40 @@
+// The parser module and the template store under it, loaded at run time.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_PARSER_MODULE_H_
+#define HOST_PARSER_MODULE_H_
+
+#include <string>
+
+#include "http_parser.h"
+#include "templateWrapper.h"
+
+namespace platen {
+
+using OutputFunction = void (*)(QVN_AppData* udata, char* arg);
+
+// The loaded libraries; they stay loaded until the process ends.
+class ParserModule {
+ public:
+  // Loads the module at `path` and the store that it links, resolves every function of the host's
+  // table and of the store, and checks that the store's names resolve into the store's own file.
+  // Returns false and sets `error` to a sentence naming file and symbol when anything is missing.
+  bool load(const std::string& path, std::string* error);
+
+  // The output function of that name; null when the module has none.
+  OutputFunction output_function(const std::string& name) const;
+
+  // The store's functions that the host itself calls.
+  decltype(&jt_error) error = nullptr;
+  decltype(&jt_failures) failures = nullptr;
+  decltype(&jt_release_values) release_values = nullptr;
+  decltype(&jt_walk) walk = nullptr;
+  decltype(&HTTP_Parser_Init) init = nullptr;
+  decltype(&HTTP_Close_Parser_fn) close_template = nullptr;
+
+ private:
+  void* handle_ = nullptr;
+};
+
+}  // namespace platen
+
+#endif  // HOST_PARSER_MODULE_H_
