@@ -21,12 +21,20 @@ enum {
   LOG_LEVEL_VALUES = 102      /* detailed trace of values */
 };
 
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+
 /* Writes one line into the system log: printf-style `format` and its values, with the name of the
    source unit and the line of the call. Does not fail towards the caller. */
 #if defined(__GNUC__)
 __attribute__((format(printf, 4, 5)))
 #endif
 void Log_Entry(int level, const char* source, int line, const char* format, ...);
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,56 @@
+// The system log: where its lines go, which of them, and who else sees them.
+// SPDX-License-Identifier: MIT
+//
+// Log_Entry() itself is declared in platform/log.h. It preserves errno, may be called from several
+// threads, and never fails towards its caller.
+//
+// A line of the log:
+//   2026-11-21T10:16:46.123Z 4711 3 http_parser.cpp:57 *** Illegal template path: /etc/x
+// that is the time in UTC, the process id, the level, the source unit with the line of the call,
+// and the text. Control characters and backslashes of the text are written as \n, \t, \r, \\ or
+// \xHH, so that one entry is one line and can be read back.
+#ifndef DEVICE_LOG_H_
+#define DEVICE_LOG_H_
+
+#include <sys/types.h>
+#include <time.h>
+
+#include <string>
+#include <string_view>
+
+namespace platen {
+
+// The highest level that is recorded unless the settings say otherwise.
+inline constexpr int kDefaultLogLevel = 6;
+
+struct LogSettings {
+  int level = kDefaultLogLevel;  // lines above this level are not recorded
+  std::string file;              // appended to and created when missing; empty: standard error
+};
+
+// One entry as it was logged, before any escaping. Its views last for the observer's call only.
+struct LogLine {
+  int level;
+  std::string_view source;
+  int line;
+  std::string_view text;
+};
+
+// Sees every entry, also those above the recorded level, in order. Must not throw. An entry that it
+// logs itself is recorded, but not shown to it.
+using LogObserver = void (*)(void* context, const LogLine& line);
+
+// Applies the settings; before the first call the defaults hold. A level of 9 or more records the
+// passwords of update requests: the log then begins with a warning (level 5) that says so.
+// Returns false, sets `error` and changes nothing when the file cannot be opened for appending.
+bool open_log(const LogSettings& settings, std::string* error);
+
+// Sets the one observer of this thread; null ends the observing. `context` is handed to each call.
+void set_log_observer(LogObserver observer, void* context);
+
+// One entry as bytes of the log, its line end included.
+std::string format_log_line(const timespec& now, pid_t process, const LogLine& line);
+
+}  // namespace platen
+
+#endif  // DEVICE_LOG_H_
