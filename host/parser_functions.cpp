@@ -1,0 +1,51 @@
+// The table of the module's parser functions.
+// SPDX-License-Identifier: MIT
+#include "parser_functions.h"
+
+#include <algorithm>
+
+namespace platen {
+namespace {
+
+constexpr Value kPlain[] = {Value::plain};
+constexpr Value kSeparatorPlain[] = {Value::separator, Value::plain};
+constexpr Value kBackslashed[] = {Value::backslashed};
+constexpr Value kSeparatorBackslashed[] = {Value::separator, Value::backslashed};
+constexpr Value kNameAndPath[] = {Value::plain, Value::plain};
+
+constexpr Print kHiddenField[] = {
+    {"<input type=\"hidden\" name=\"%s\" value=\"%s\">", kNameAndPath},
+};
+constexpr Print kValues[] = {
+    {"%s", kPlain},
+    {"%s%s", kSeparatorPlain},
+};
+constexpr Print kScriptValues[] = {
+    {"%s", kBackslashed},
+    {"%s%s", kSeparatorBackslashed},
+};
+
+constexpr unsigned kAnywhere = kHtmlText | kHtmlAttribute | kScriptString | kJsonBlock;
+
+// The hidden field of a close is markup of its own, so it stands between tags only. What comes with
+// backslashes has no place in HTML, where they would be shown.
+constexpr ParserFunction kFunctions[] = {
+    {"HTTP_Open_Parser_fn", Shape::output, TemplateUse::opens, 0, Format::none, {}},
+    {"HTTP_Close_Parser_fn", Shape::output, TemplateUse::closes, kHtmlText, Format::html,
+     kHiddenField},
+    {"HTTP_Parser_Get_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none, kValues},
+    {"HTTP_Parser_JS_Get_fn", Shape::output, TemplateUse::reads, kScriptString | kJsonBlock,
+     Format::none, kScriptValues},
+};
+
+}  // namespace
+
+std::span<const ParserFunction> parser_functions() { return kFunctions; }
+
+const ParserFunction* find_parser_function(std::string_view name) {
+  const auto* found =
+      std::ranges::find_if(kFunctions, [&](const ParserFunction& row) { return row.name == name; });
+  return found == std::end(kFunctions) ? nullptr : found;
+}
+
+}  // namespace platen

@@ -1,0 +1,81 @@
+// The parser functions that pages may call: what each prints and where that may stand.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_PARSER_FUNCTIONS_H_
+#define HOST_PARSER_FUNCTIONS_H_
+
+#include <span>
+#include <string_view>
+
+namespace platen {
+
+// The `format` of a tag: how the values that it prints are rendered.
+enum class Format { none, html, js, json };
+
+// The places of a page where printed values may stand; a row holds a set of them.
+enum Place : unsigned {
+  kHtmlText = 1,       // text between HTML tags
+  kHtmlAttribute = 2,  // a double-quoted attribute value
+  kScriptString = 4,   // the whole of a quoted string in a script page
+  kJsonBlock = 8,      // a value in a <script type="application/json"> block
+};
+
+// Returns the places in which values rendered as `format` are safe.
+constexpr unsigned places_of(Format format) {
+  switch (format) {
+    case Format::html:
+      return kHtmlText | kHtmlAttribute;
+    case Format::js:
+      return kScriptString;
+    case Format::json:
+      return kJsonBlock;
+    case Format::none:
+      break;
+  }
+  return 0;
+}
+
+// What one printed value is.
+enum class Value {
+  plain,        // an item as it is stored
+  backslashed,  // an item in which the module has put a backslash before each backslash and before
+                // some or all of ' " and /
+  separator,    // text between two items
+};
+
+// One way in which a function prints: the exact format it hands over and what its values are.
+struct Print {
+  std::string_view format;
+  std::span<const Value> values;
+};
+
+enum class Shape { output, form };
+
+// What a function does with the request's open template.
+enum class TemplateUse {
+  none,       // leaves it alone
+  reads,      // prints from it
+  opens,      // opens it
+  closes,     // closes it
+  opens_own,  // opens and closes templates of its own, and with them the request's
+};
+
+// One exported function of the module.
+struct ParserFunction {
+  const char* name;
+  Shape shape;
+  TemplateUse use;
+  unsigned places;  // set of Place in which its output may stand
+  Format
+      default_format;  // for a tag that gives none; none = a function that prints must be given one
+  std::span<const Print> prints;
+};
+
+// Every parser function that the host knows; the module must have them all.
+std::span<const ParserFunction> parser_functions();
+
+// The row of that name, or null.
+const ParserFunction* find_parser_function(std::string_view name);
+
+}  // namespace platen
+
+#endif  // HOST_PARSER_FUNCTIONS_H_
