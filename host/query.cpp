@@ -1,0 +1,90 @@
+// Percent-decoding.
+// SPDX-License-Identifier: MIT
+#include "query.h"
+
+namespace platen {
+namespace {
+
+enum class Plus { literal, blank };
+
+int hex_digit(char c) {
+  if (c >= '0' && c <= '9') {
+    return c - '0';
+  }
+  const char lower = static_cast<char>(c | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// Returns what is wrong, empty when nothing is.
+std::string decode(std::string_view encoded, Plus plus, std::string* decoded) {
+  decoded->clear();
+  for (size_t i = 0; i < encoded.size(); ++i) {
+    char c = encoded[i];
+    if (c == '%') {
+      const int high = i + 2 < encoded.size() ? hex_digit(encoded[i + 1]) : -1;
+      const int low = i + 2 < encoded.size() ? hex_digit(encoded[i + 2]) : -1;
+      if (high < 0 || low < 0) {
+        return "the broken escape \"" + std::string(encoded.substr(i, 3)) + "\"";
+      }
+      c = static_cast<char>(high * 16 + low);
+      i += 2;
+    } else if (c == '+' && plus == Plus::blank) {
+      c = ' ';
+    }
+    if (c == '\0') {
+      return "a NUL byte";
+    }
+    *decoded += c;
+  }
+  return "";
+}
+
+bool decode_field(std::string_view piece, Field* field, std::string* error) {
+  const auto equals = piece.find('=');
+  const auto name = piece.substr(0, equals);
+  const auto value = equals == std::string_view::npos ? "" : piece.substr(equals + 1);
+  std::string fault = decode(name, Plus::blank, &field->first);
+  if (!fault.empty()) {
+    *error = "The name of a field, \"" + std::string(name) + "\", holds " + fault + ".";
+    return false;
+  }
+  fault = decode(value, Plus::blank, &field->second);
+  if (!fault.empty()) {
+    *error = "The field \"" + field->first + "\" holds " + fault + ".";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool decode_path(std::string_view encoded, std::string* path, std::string* error) {
+  const std::string fault = decode(encoded, Plus::literal, path);
+  if (!fault.empty()) {
+    *error = "The path holds " + fault + ".";
+    return false;
+  }
+  if (!path->starts_with('/')) {
+    *error = "The path does not begin with \"/\".";
+    return false;
+  }
+  return true;
+}
+
+bool decode_query(std::string_view encoded, std::vector<Field>* fields, std::string* error) {
+  while (!encoded.empty()) {
+    const auto end = encoded.find('&');
+    const auto piece = encoded.substr(0, end);
+    Field field;
+    if (!piece.empty() && !decode_field(piece, &field, error)) {
+      return false;
+    }
+    if (!piece.empty()) {
+      fields->push_back(std::move(field));
+    }
+    encoded = end == std::string_view::npos ? "" : encoded.substr(end + 1);
+  }
+  return true;
+}
+
+}  // namespace platen
