@@ -1,0 +1,111 @@
+// Texts of the module: comparison, fixed buffers, owned memory and escaping.
+// SPDX-License-Identifier: MIT
+#ifndef SRC_TEXT_H_
+#define SRC_TEXT_H_
+
+#include <array>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "templateWrapper.h"
+#include "trace.h"
+
+#pragma GCC visibility push(hidden)
+
+// ---- Comparison; an absent (null) text equals nothing and begins with nothing. ----
+
+inline bool is_empty(const char* text) { return text == nullptr || *text == '\0'; }
+
+inline bool equals(const char* text, const char* other) {
+  return text != nullptr && other != nullptr && std::strcmp(text, other) == 0;
+}
+
+inline bool starts_with(const char* text, const char* prefix) {
+  return text != nullptr && std::strncmp(text, prefix, std::strlen(prefix)) == 0;
+}
+
+// ---- Fixed buffers; a cut falls on a byte and leaves the text terminated. ----
+
+// Writes the formatted text into `buffer` of `size` bytes. Returns whether it fitted; else it is
+// cut.
+__attribute__((format(printf, 3, 4))) inline bool format_into(char* buffer, std::size_t size,
+                                                              const char* format, ...) {
+  va_list values;
+  va_start(values, format);
+  const int length = std::vsnprintf(buffer, size, format, values);
+  va_end(values);
+  return length >= 0 && static_cast<std::size_t>(length) < size;
+}
+
+// Replaces the text of `buffer`, cutting what does not fit.
+template <std::size_t kSize>
+void set_text(char (&buffer)[kSize], const char* text) {
+  format_into(buffer, kSize, "%s", text);
+}
+
+// Appends to the text of `buffer`, cutting what does not fit.
+template <std::size_t kSize>
+void append_text(char (&buffer)[kSize], const char* text) {
+  const std::size_t length = strnlen(buffer, kSize - 1);
+  format_into(buffer + length, kSize - length, "%s", text);
+}
+
+// ---- Owned memory. ----
+
+struct FreeDeleter {
+  void operator()(void* memory) const { std::free(memory); }
+};
+
+using MallocText = std::unique_ptr<char, FreeDeleter>;
+
+// Returns `size` zero bytes; ends the process with the text `failure` when there is no memory.
+inline MallocText allocate_text(const char* source, std::size_t size, const char* failure,
+                                int line = __builtin_LINE()) {
+  MallocText text(static_cast<char*>(std::calloc(size, 1)));
+  require(source, text.get(), failure, line);
+  return text;
+}
+
+// ---- Escaping. ----
+
+struct Replacement {
+  const char* what;
+  const char* replacement;
+};
+
+// For a quoted string of a script. Backslashes come first, so that those added by the later rows
+// are not doubled; the last row may be left out where a bare slash is wanted.
+inline constexpr std::array<Replacement, 4> kScriptText = {
+    {{"\\", "\\\\"}, {"'", "\\'"}, {"\"", "\\\""}, {"/", "\\/"}}};
+
+// A file name in a list that stands inside a double-quoted string of a script.
+inline constexpr std::array<Replacement, 2> kListName = {{{"\\", "\\\\"}, {"\"", "\\\""}}};
+
+// One text passed through the rows of a table, each row working on the form that the row before it
+// left; every form is kept until the object ends. Ends the process when there is no memory.
+template <std::size_t kRows>
+class EscapedText {
+ public:
+  EscapedText(const char* source, const char* text, const std::array<Replacement, kRows>& table,
+              int line = __builtin_LINE()) {
+    for (std::size_t row = 0; row < kRows; ++row) {
+      forms_[row].reset(StringReplace(text, table[row].what, table[row].replacement));
+      text = forms_[row].get();
+      require(source, text, "malloc failed! Exiting!", line);
+    }
+  }
+
+  const char* c_str() const { return forms_[kRows - 1].get(); }
+  const char* without_last_row() const { return forms_[kRows - 2].get(); }
+
+ private:
+  std::array<MallocText, kRows> forms_;
+};
+
+#pragma GCC visibility pop
+
+#endif  // SRC_TEXT_H_
