@@ -1,0 +1,169 @@
+// The system log: where its lines go, which of them, and who else sees them.
+// SPDX-License-Identifier: MIT
+#include "device/log.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "platform/log.h"
+
+namespace platen {
+namespace {
+
+constexpr char kSource[] = "log.cpp";
+
+struct Log {
+  int level = kDefaultLogLevel;
+  int descriptor = STDERR_FILENO;
+};
+
+Log& system_log() {
+  static Log log;
+  return log;
+}
+
+struct Observer {
+  LogObserver call = nullptr;
+  void* context = nullptr;
+};
+
+thread_local Observer current_observer;
+
+void append_hex(std::string* out, unsigned char byte) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  *out += "\\x";
+  *out += kDigits[byte >> 4];
+  *out += kDigits[byte & 15];
+}
+
+void append_escaped(std::string* out, std::string_view text) {
+  unsigned char previous = 0;
+  for (char c : text) {
+    auto byte = static_cast<unsigned char>(c);
+    // U+0080 to U+009F are control characters too, and terminals obey them.
+    bool c1_control = previous == 0xC2 && byte >= 0x80 && byte <= 0x9F;
+    if (c == '\n') {
+      *out += "\\n";
+    } else if (c == '\t') {
+      *out += "\\t";
+    } else if (c == '\r') {
+      *out += "\\r";
+    } else if (c == '\\') {
+      *out += "\\\\";
+    } else if (byte < 0x20 || byte == 0x7F) {
+      append_hex(out, byte);
+    } else if (c1_control) {
+      out->pop_back();
+      append_hex(out, previous);
+      append_hex(out, byte);
+    } else {
+      *out += c;
+    }
+    previous = byte;
+  }
+}
+
+void append_time(std::string* out, const timespec& now) {
+  tm parts{};
+  char text[sizeof "9999-12-31T23:59:59"];
+  gmtime_r(&now.tv_sec, &parts);
+  out->append(text, strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts));
+  std::string milliseconds = std::to_string(1000 + now.tv_nsec / 1'000'000);
+  *out += '.';
+  out->append(milliseconds, 1);
+  *out += 'Z';
+}
+
+__attribute__((format(printf, 1, 0))) std::string format_values(const char* format,
+                                                                va_list values) {
+  va_list again;
+  va_copy(again, values);
+  int length = vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  if (length < 0) return format;
+  std::string text(static_cast<size_t>(length) + 1, '\0');
+  (void)vsnprintf(text.data(), text.size(), format, values);
+  text.pop_back();
+  return text;
+}
+
+void notify_observer(const LogLine& line) {
+  if (current_observer.call == nullptr) return;
+  Observer observer = std::exchange(current_observer, {});
+  observer.call(observer.context, line);
+  current_observer = observer;
+}
+
+// One write() a line, so that the lines of several processes never mix.
+void record(const LogLine& line) {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  std::string bytes = format_log_line(now, getpid(), line);
+  ssize_t written = 0;
+  do {
+    written = write(system_log().descriptor, bytes.data(), bytes.size());
+  } while (written < 0 && errno == EINTR);
+}
+
+}  // namespace
+
+bool open_log(const LogSettings& settings, std::string* error) {
+  int descriptor = STDERR_FILENO;
+  if (!settings.file.empty()) {
+    descriptor = open(settings.file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    if (descriptor < 0) {
+      *error = settings.file + ": the log cannot be written: " + std::strerror(errno);
+      return false;
+    }
+  }
+  Log before = std::exchange(system_log(), {settings.level, descriptor});
+  if (before.descriptor != STDERR_FILENO) close(before.descriptor);
+  if (settings.level >= LOG_LEVEL_UPDATE) {
+    Log_Entry(LOG_LEVEL_WARNING, kSource, __LINE__,
+              "Log level %d records passwords; choose %d or less to keep them out of the log.",
+              settings.level, LOG_LEVEL_UPDATE - 1);
+  }
+  return true;
+}
+
+void set_log_observer(LogObserver observer, void* context) {
+  current_observer = {observer, context};
+}
+
+std::string format_log_line(const timespec& now, pid_t process, const LogLine& line) {
+  std::string bytes;
+  append_time(&bytes, now);
+  bytes += ' ' + std::to_string(process) + ' ' + std::to_string(line.level) + ' ';
+  append_escaped(&bytes, line.source);
+  bytes += ':' + std::to_string(line.line) + ' ';
+  append_escaped(&bytes, line.text);
+  bytes += '\n';
+  return bytes;
+}
+
+}  // namespace platen
+
+void Log_Entry(int level, const char* source, int line, const char* format, ...) {
+  bool recorded = level <= platen::system_log().level;
+  if (!recorded && platen::current_observer.call == nullptr) return;
+  int caller_errno = errno;
+  va_list values;
+  va_start(values, format);
+  try {
+    std::string text = platen::format_values(format, values);
+    platen::LogLine entry{level, source, line, text};
+    platen::notify_observer(entry);
+    if (recorded) platen::record(entry);
+  } catch (const std::bad_alloc&) {
+    // The entry is lost; its caller is about to learn of the exhausted heap itself.
+  }
+  va_end(values);
+  errno = caller_errno;
+}
