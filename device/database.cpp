@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 namespace platen {
@@ -104,13 +105,73 @@ void Database::open() {
   make_file(file_);
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(file_.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
-  const std::unique_ptr<sqlite3, decltype(&sqlite3_close_v2)> guard(opened, sqlite3_close_v2);
+  std::unique_ptr<sqlite3, decltype(&sqlite3_close_v2)> guard(opened, sqlite3_close_v2);
   if (result != SQLITE_OK) fail(file_, result, sqlite3_errstr(result));
   sqlite3_busy_timeout(opened, kBusyMilliseconds);
   claim(opened);
-  use_write_ahead_log(opened);
   connection_ = guard.release();
   owner_ = getpid();
+}
+
+// True for an empty database, which nobody has claimed; that of another program is refused.
+bool Database::is_new(sqlite3* connection) const {
+  Statement found(
+      file_, connection,
+      "SELECT application_id, (SELECT count(*) FROM sqlite_schema) FROM pragma_application_id");
+  found.step();
+  const int64_t id = found.integer(0);
+  if (id != kApplicationId && (id != 0 || found.integer(1) != 0)) {
+    fail(file_, SQLITE_NOTADB, "is a database of another program");
+  }
+  return id == 0;
+}
+
+void Database::claim(sqlite3* connection) const {
+  const bool unclaimed = is_new(connection);
+  use_write_ahead_log(connection);
+  execute(connection, "PRAGMA synchronous = FULL");
+  if (unclaimed) execute(connection, "PRAGMA application_id = 0x506C746E");
+}
+
+// The change to this mode needs the file for itself and does not wait for it: processes that open
+// a new database together take turns here.
+void Database::use_write_ahead_log(sqlite3* connection) const {
+  int result = SQLITE_BUSY;
+  for (int waited = 0; result == SQLITE_BUSY && waited < kBusyMilliseconds;
+       waited += kRetryMilliseconds) {
+    result = sqlite3_exec(connection, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+    if (result == SQLITE_BUSY) sqlite3_sleep(kRetryMilliseconds);
+  }
+  if (result != SQLITE_OK) fail(file_, result, sqlite3_errmsg(connection));
+}
+
+void Database::execute(sqlite3* connection, const char* sql) const {
+  const int result = sqlite3_exec(connection, sql, nullptr, nullptr, nullptr);
+  if (result != SQLITE_OK) fail(file_, result, sqlite3_errmsg(connection));
+}
+
+void Database::make(const char* schema) {
+  Transaction transaction(*this);
+  execute(connection_, schema);
+  transaction.commit();
+}
+
+Transaction::Transaction(Database& database) : database_(database) {
+  database_.run("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction() {
+  if (!open_) return;
+  try {
+    database_.run("ROLLBACK");
+  } catch (const DatabaseError&) {
+    // The failure that is under way has already rolled back.
+  }
+}
+
+void Transaction::commit() {
+  database_.run("COMMIT");
+  open_ = false;
 }
 
 }  // namespace platen

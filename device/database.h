@@ -1,9 +1,9 @@
 // One SQLite database: opened once in each process, durable, safe to share between processes.
 // SPDX-License-Identifier: MIT
 //
-// The settings, accounts, sessions and the audit trail live in one file. Whatever was written stands
-// after the kill of any process and a loss of power. Every operation may throw DatabaseError; what
-// was not committed by then has not happened.
+// The settings, accounts, sessions and the audit trail live in one file. Whatever was written
+// stands after the kill of any process and a loss of power. Every operation may throw
+// DatabaseError; what was not committed by then has not happened.
 #ifndef DEVICE_DATABASE_H_
 #define DEVICE_DATABASE_H_
 
@@ -89,6 +89,11 @@ class Database {
   const std::string& file() const { return file_; }
 
  private:
+  bool is_new(sqlite3* connection) const;
+  void claim(sqlite3* connection) const;
+  void execute(sqlite3* connection, const char* sql) const;
+  void use_write_ahead_log(sqlite3* connection) const;
+
   std::string file_;
   sqlite3* connection_ = nullptr;
   pid_t owner_ = 0;  // the process that opened `connection_`
