@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -83,15 +85,11 @@ void append_time(std::string* out, const timespec& now) {
 
 __attribute__((format(printf, 1, 0))) std::string format_values(const char* format,
                                                                 va_list values) {
-  va_list again;
-  va_copy(again, values);
-  int length = vsnprintf(nullptr, 0, format, again);
-  va_end(again);
+  char* formatted = nullptr;
+  int length = vasprintf(&formatted, format, values);
   if (length < 0) return format;
-  std::string text(static_cast<size_t>(length) + 1, '\0');
-  (void)vsnprintf(text.data(), text.size(), format, values);
-  text.pop_back();
-  return text;
+  std::unique_ptr<char, decltype(&free)> owner(formatted, free);
+  return {formatted, static_cast<size_t>(length)};
 }
 
 void notify_observer(const LogLine& line) {

@@ -259,30 +259,33 @@ TEST_F(ConfigurationTest, OpeningAgainKeepsTheSettings) {
 
 TEST_F(ConfigurationTest, AFileThatIsNoConfigurationIsRefusedAndKept) {
   std::string text = directory_.write("text", std::string(5000, 'x'));
-  EXPECT_EQ(open_error(text), text + ": file is not a database");
+  EXPECT_EQ(open_error(text),
+            text + ": file is not a database; name another file or move this one away");
   EXPECT_EQ(directory_.read("text"), std::string(5000, 'x'));
   std::string other = directory_.file("other.db");
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(other.c_str(), &database), SQLITE_OK);
   sqlite3_exec(database, "CREATE TABLE theirs (a)", nullptr, nullptr, nullptr);
   sqlite3_close(database);
-  EXPECT_EQ(open_error(other), other + ": is a database of another program");
+  EXPECT_EQ(open_error(other),
+            other + ": is a database of another program; name another file or move this one away");
   std::string missing = directory_.file("none/configuration.db");
   EXPECT_EQ(open_error(missing),
-            missing + ": the configuration cannot be opened: No such file or directory");
+            missing + ": No such file or directory; its directory must exist and be writable");
 }
 
-TEST_F(ConfigurationTest, AFileThatWentAwayIsToldInTheLog) {
-  std::string error;
-  ASSERT_TRUE(open_configuration(file_, &error)) << error;
+TEST_F(ConfigurationTest, ADatabaseThatIsDestroyedIsToldInTheLog) {
   unlink(file_.c_str());
+  directory_.write("configuration.db", std::string(5000, 'x'));
   ConfigAVP_t text = "untouched";
   EXPECT_EQ(Cfg_GetAttrValue("key", text, sizeof text), CFG_UNAVAILABLE);
   EXPECT_STREQ(text, "untouched");
   EXPECT_EQ(Cfg_SetAttrValue("key", "x"), CFG_UNAVAILABLE);
-  const std::string line =
-      "3 The configuration is unavailable: " + file_ + ": unable to open database file";
-  EXPECT_EQ(logged_, (std::vector<std::string>{line, line}));
+  EXPECT_EQ(configuration_writes("key"), 0);
+  EXPECT_EQ(configuration_history(1).size(), 0U);
+  const std::string line = "3 The configuration is unavailable: " + file_ +
+                           ": file is not a database; name another file or move this one away";
+  EXPECT_EQ(logged_, std::vector<std::string>(4, line));
 }
 
 TEST(UnconfiguredTest, EverySettingIsUnavailable) {
