@@ -1,4 +1,5 @@
-/* The parser module: every function that pages and forms call by name, and the records of a request. */
+/* The parser module: every function that pages and forms call by name, and the records of a
+ * request. */
 /* SPDX-License-Identifier: MIT
 
    Conventions of all functions below, unless a declaration says otherwise:
@@ -60,8 +61,9 @@ typedef struct FormEntry {
   int filesize;
 } FormEntry;
 
-/* The request record of the web server. The module uses `outfs`, `Reason`, `entries`, `num_entries`,
-   `preferredLang`, `parserTemplate` and `loginName`; the other fields are the server's own. */
+/* The request record of the web server. The module uses `outfs`, `Reason`, `entries`,
+   `num_entries`, `preferredLang`, `parserTemplate` and `loginName`; the other fields are the
+   server's own. */
 typedef struct QVN_AppData {
   char data[1024];
   int infd;    /* descriptor of the request body */
@@ -150,11 +152,24 @@ typedef struct ParserObject {
   char* attributeType;
 } ParserObject;
 
+/* One edit of a form post. Owns no memory: the texts belong to the form entries, which are cut in
+   place when a value is a list. */
+typedef struct HTTP_PARSER_Set_Element {
+  char* ServiceName;    /* never null in an element that HTTP_Parser_Set_fn gathered */
+  char* InvocationName; /* null: none was named */
+  char* AttributeName;  /* null: no such field in the run; "": the field said "NULL" or nothing */
+  char* AttributeType;  /* null: not given */
+  char* AttributeValue; /* null and "" as for AttributeName; a delete takes a list joined by "," */
+  char* Action;         /* "update" or "delete"; any other text does nothing */
+  bool_t Compulsory;
+} HTTP_PARSER_Set_Element;
+
 #if defined(__GNUC__)
 #pragma GCC visibility push(default)
 #endif
 
-/* Called once after the module was loaded. Has no effect but its two log lines. Returns AP_EC_OK. */
+/* Called once after the module was loaded. Has no effect but its two log lines. Returns AP_EC_OK.
+ */
 ap_status_t HTTP_Parser_Init(void);
 
 /* Opens a template into `udata->parserTemplate`, closing without saving the one that is open.
@@ -187,12 +202,89 @@ void HTTP_Parser_Get_fn(QVN_AppData* udata, char* arg);
    Exits on a null record and an exhausted heap. */
 void HTTP_Parser_JS_Get_fn(QVN_AppData* udata, char* arg);
 
+/* Applies the edits of a form to one template, saves and closes it. Fields, matched by exact name:
+   "ParserFilename", or "DefaultParserFilename" when that is absent, is the full path of the
+   template; "CopyParserFilename" (at most 226 bytes) or "CopyParserFilenameMailbox" (at most 221)
+   is the bare file name of a copy in the web or mailbox pool, made first with HTTP_Parser_Copy_fn()
+   and edited in place of the source. Then come runs of "ServiceName", "InvocationName",
+   "AttributeName", "AttributeType", "AttributeValue" and "Compulsory" in any order (of repeated
+   ones the last counts), each run closed by "Action". All runs are read before the first is
+   applied; they are applied in their order, and a failed edit does not stop the next.
+   - "update" writes the attribute. A run that names no invocation gets a new one; metadata runs
+     whose "InvocationName" is "NULL" or empty share one new metadata invocation. "PhoneNumber" is a
+     list joined by ";"; a value with a comma whose type begins with "enum_" is one joined by ",".
+     A run without "AttributeValue" writes nothing.
+   - "delete" deletes the listed values of an attribute, else the attribute, else the invocation,
+     else the service: whichever the run names most closely.
+   At the end the template is marked with its device definition ("KLVDefinitionUsed" of
+   "qvn_svc_general"), saved and closed.
+   `udata` may not be null; `entries` holds `nEntries` fields, whose values may be cut in place.
+   Returns 0 with `Reason` empty when the mark was written and no failure was recorded. Returns 1
+   - before anything was opened or changed: a path of more than 255 bytes, an over-long copy name,
+   no path, the system's default template while nobody is logged in, a copy whose path is not valid,
+     a copy that failed (its `Reason` stays), an empty path;
+   - with "Service name not found" in `Reason`, the template saved and closed without these edits,
+   when a run has no service;
+   - with "Couldn't set attribute : NAME,NAME" in `Reason`, cut to 200 bytes, the template saved and
+     closed, when the mark or a recorded edit failed. Only the removal of listed values records,
+   each the failure that it finds before it. Exits on a null record and an exhausted heap. */
+int HTTP_Parser_Set_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
+
+/* Writes one list value: cuts `AttributeValue` in place at the characters of `inSeparator` and
+   writes the first piece as the attribute's only value, the others after it; empty pieces are
+   skipped, a value without pieces changes nothing. A piece that cannot be written is logged, and
+   the attribute's name is appended to `Reason` (cut to 200 bytes), after a "," when it is not the
+   first failure of this call; the pieces after it are still written. Writes to the open template of
+   `inUdata`; all pointers must be valid. */
+void PrivSaveMultiValue(QVN_AppData* inUdata, HTTP_PARSER_Set_Element* inElement,
+                        char* inSeparator);
+
+/* Copies a template file and writes the new file name into the copy as "JobTemplateName" of
+   "qvn_svc_general". Of repeated fields and of fields of one meaning the last counts. Source:
+   "ParserFilename" or "DefaultParserFilename", a full path. Destination: "CopyParserFilename", a
+   bare file name in "/tmp/template/pool/web", or "CopyParserFilenameMailbox", in
+   "/tmp/template/pool/mailbox"; an existing file is replaced; without one the destination is
+   "(Copy)" followed by the source path. Neither path is checked with ValidTemplatePath(). A
+   template that the request has open is closed without saving. Returns 0 when the copy was made and
+   named; a copy that cannot be reopened for its name counts as made. Returns 1
+   - before anything was copied: no source, a destination of more than 254 bytes, the system's
+     default template as destination;
+   - with "Couldn't Copy Template from: FROM to TO." and a line end in `Reason`, cut to 200 bytes,
+   when the copy failed (the destination is untouched) or the name could not be written (the copy
+   stays). Exits on null `udata` or `entries` and on an exhausted heap. */
+int HTTP_Parser_Copy_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
+
+/* Deletes the template file that the first field "ParserFilename" names. Returns 0 when it was
+   deleted; 1 without that field, for a path that ValidTemplatePath() refuses, for the system's
+   default template, and when the store could not delete it. Exits on a null record. */
+int HTTP_Parser_Delete_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
+
+/* Prints the names of the template files in a pool directory, joined by single blanks, with a
+   backslash in front of each backslash and double quote; nothing when the directory is empty or
+   unreadable. `arg`, or when it is null or empty the first form entry "TemplateDir", is the
+   directory. Exits on a null record and an exhausted heap. */
+void HTTP_Parser_List_fn(QVN_AppData* udata, char* arg);
+
+/* As HTTP_Parser_List_fn, without the templates whose "JobTemplateCreator" (first invocation of
+   "qvn_svc_general") is exactly "WIA" or "TWAIN". Opens each template in turn; one that the request
+   has open is closed without saving. A full path of 255 bytes or more cannot be looked into, its
+   template is listed. Without a directory logs that and prints nothing. Exits on a null record and
+   an exhausted heap. */
+void HTTP_Parser_List_Non_WIA_fn(QVN_AppData* udata, char* arg);
+
+/* Prints the names of the invocations of a service of the open template, in file order, joined by
+   ",", unescaped; nothing when there are none or no template is open. `arg`, or when it is null or
+   empty the last form entry "InvocationName", is the name of the service. Exits on a null record.
+ */
+void HTTP_Parser_List_Invocations_fn(QVN_AppData* udata, char* arg);
+
 /* Returns `inArg` when it is neither null nor empty, else the value of the first form entry named
    `inParamName`, else null. The result is borrowed. */
 char* TempSuppGetArgument(QVN_AppData* inUdata, char* inArg, char* inParamName);
 
 /* Tells whether a page may open, change or delete the file: TRUE when the path begins with the
-   text of a pool root (no "/" need follow it) and holds no ".." anywhere. A null path is refused. */
+   text of a pool root (no "/" need follow it) and holds no ".." anywhere. A null path is refused.
+ */
 bool_t ValidTemplatePath(char* checkPath);
 
 /* Joins a folder and a file name into `ioFullPath`, a buffer of 255 bytes; the result is empty when

@@ -1,4 +1,4 @@
-// Parser functions of the template pages: open and close, attribute output.
+// Parser functions of the template pages: open and close, output, update, copies and listings.
 // SPDX-License-Identifier: MIT
 #include "http_parser.h"
 
@@ -7,7 +7,10 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <span>
 #include <type_traits>
+#include <utility>
 
 #include "log.h"
 #include "request.h"
@@ -16,30 +19,42 @@
 #include "text.h"
 #include "trace.h"
 
-static constexpr char kSource[] = "http_parser.cpp";
-static constexpr char kSystemPool[] = "/tmp/template/pool/system";
-static constexpr char kPoolRoot[] = "/tmp/template/pool";
-static constexpr const char* kTemplateRoots[] = {kSystemPool, kPoolRoot, "/tarn/template/pool",
-                                                 "/var/spool/nc/image_store/s2mailbox/"};
+namespace {
+
+constexpr char kSource[] = "http_parser.cpp";
+constexpr char kSystemPool[] = "/tmp/template/pool/system";
+constexpr char kPoolRoot[] = "/tmp/template/pool";
+constexpr const char* kTemplateRoots[] = {kSystemPool, kPoolRoot, "/tarn/template/pool",
+                                          "/var/spool/nc/image_store/s2mailbox/"};
+
+constexpr std::size_t kPathSize = 255;
+constexpr std::size_t kPathBuffer = kPathSize + 1;
+constexpr std::size_t kNewNameSize = 1000;
+constexpr char kDefaultTemplate[] = "/tmp/template/pool/system/default.ktp";
+constexpr char kGeneralService[] = "qvn_svc_general";
+constexpr char kMetadataService[] = "qvn_dscrpt_metadata";
+
+// The device definition that edited templates are marked with.
+enum enum_KLV { JT_GEN_KLV_GENERIC = 13 };
 
 static_assert(std::is_standard_layout_v<QVN_AppData> && sizeof(QVN_AppData::Reason) == 201);
 
 // ---- Open and close. ----
 
-static void release_template(QVN_AppData& request) {
+void release_template(QVN_AppData& request) {
   std::free(request.parserTemplate);
   request.parserTemplate = nullptr;
 }
 
 // Closes without saving; nothing of the old template stays in the record, whatever the close did.
-static void discard_open_template(QVN_AppData& request) {
+void discard_open_template(QVN_AppData& request) {
   LOG_LINE(LOG_LEVEL_UNUSUAL, "udata->parserTemplate is not null? Cleanup.");
   close_template(&request, Changes::discard);
   release_template(request);
   LOG_LINE(LOG_LEVEL_VALUES, "udata->parserTemplate has been closed and freed.");
 }
 
-static TemplateObject* allocate_template(QVN_AppData& request) {
+TemplateObject* allocate_template(QVN_AppData& request) {
   LOG_LINE(LOG_LEVEL_VALUES, "Allocing memory for udata->parserTemplate.");
   request.parserTemplate = std::calloc(1, sizeof(TemplateObject));
   require(kSource, request.parserTemplate, "Could not allocate memory for udata->parserTemplate!");
@@ -47,7 +62,7 @@ static TemplateObject* allocate_template(QVN_AppData& request) {
 }
 
 // Opens what `argument`, PATH or PATH|MODE, names; the argument is cut at the end of the path.
-static void open_argument(QVN_AppData& request, char* argument) {
+void open_argument(QVN_AppData& request, char* argument) {
   TemplateObject* tpl = allocate_template(request);
   char* rest = nullptr;
   char* path = strtok_r(argument, "|", &rest);
@@ -73,7 +88,7 @@ static void open_argument(QVN_AppData& request, char* argument) {
 // ---- Attribute output. ----
 
 // Cuts the argument into its words; a word "NULL" and a word that is missing are not given.
-static ParserObject argument_words(char* arg) {
+ParserObject argument_words(char* arg) {
   if (arg == nullptr) return {};
   std::array<char*, 4> words{};
   char* rest = nullptr;
@@ -86,12 +101,12 @@ static ParserObject argument_words(char* arg) {
   return {words[0], words[1], words[2], words[3]};
 }
 
-static char* given_or(char* word, FormEntries entries, const char* entry_name) {
+char* given_or(char* word, FormEntries entries, const char* entry_name) {
   return word != nullptr ? word : last_value(entries, entry_name);
 }
 
 // The attribute that a tag addresses: each part by its word, else by the form.
-static ParserObject attribute_address(const QVN_AppData& request, char* arg) {
+ParserObject attribute_address(const QVN_AppData& request, char* arg) {
   const ParserObject attributes = argument_words(arg);
   const FormEntries entries = form_entries(request);
   return {given_or(attributes.serviceName, entries, "ServiceName"),
@@ -101,7 +116,7 @@ static ParserObject attribute_address(const QVN_AppData& request, char* arg) {
 }
 
 // Prints one value of a list; the first one has no separator (null).
-static void print_item(QVN_AppData& request, const char* separator, const char* text) {
+void print_item(QVN_AppData& request, const char* separator, const char* text) {
   if (separator == nullptr) {
     adiprintf(&request, "%s", text);
   } else {
@@ -111,15 +126,15 @@ static void print_item(QVN_AppData& request, const char* separator, const char* 
 
 // As print_item, escaped for a string of a script. Slashes of all but the first value stay bare:
 // the pages that split these lists expect them so.
-static void print_script_item(QVN_AppData& request, const char* separator, const char* text) {
+void print_script_item(QVN_AppData& request, const char* separator, const char* text) {
   const EscapedText escaped(kSource, text, kScriptText);
   print_item(request, separator,
              separator == nullptr ? escaped.c_str() : escaped.without_last_row());
 }
 
 // Prints every value of the addressed attribute with `print`.
-static void print_attribute(QVN_AppData& request, char* arg,
-                            void (*print)(QVN_AppData&, const char*, const char*)) {
+void print_attribute(QVN_AppData& request, char* arg,
+                     void (*print)(QVN_AppData&, const char*, const char*)) {
   const ParserObject cattributes = attribute_address(request, arg);
   if (cattributes.attributeName == nullptr) return;
   const bool commasAllowed = equals(cattributes.attributeName, "PhoneNumber");
@@ -133,6 +148,484 @@ static void print_attribute(QVN_AppData& request, char* arg,
     separator = commasAllowed ? ";" : ",";
   }
 }
+
+// ---- Multi-value save and attribute update. ----
+
+// What a post names ahead of its edits.
+struct PostedNames {
+  char* filename = nullptr;
+  char* dfilename = nullptr;
+  MallocText cfilename;
+  bool_t filesize_exceed = FALSE;
+  std::size_t nElem = 0;
+};
+
+// A field that asks for a copy, the pool it goes to, and the longest name that its path has room
+// for.
+struct CopyTarget {
+  const char* entry;
+  const char* pool;
+  std::size_t longest;
+};
+
+constexpr CopyTarget kCopyTargets[] = {{"CopyParserFilename", "/web", 226},
+                                       {"CopyParserFilenameMailbox", "/mailbox", 221}};
+
+void read_path(char* value, char*& name, PostedNames& names) {
+  if (text_length(value) > kPathSize) {
+    names.filesize_exceed = TRUE;
+  } else {
+    name = value;
+  }
+}
+
+void read_copy_name(const char* value, const CopyTarget& target, PostedNames& names) {
+  const std::size_t length = text_length(value);
+  if (length > target.longest) {
+    if (length <= kPathSize) LOG_LINE(LOG_LEVEL_ERROR, "Copy parser file length exceeded!");
+    names.filesize_exceed = TRUE;
+    return;
+  }
+  // The buffer of an earlier copy name is not released.
+  static_cast<void>(names.cfilename.release());
+  names.cfilename = allocate_text(kSource, kPathBuffer, "malloc failed! Exiting!");
+  format_into(names.cfilename.get(), kPathBuffer, "%s%s/%s", kPoolRoot, target.pool,
+              text_or_empty(value));
+  LOG_LINE(LOG_LEVEL_VALUES, "cfilename = %s", names.cfilename.get());
+}
+
+PostedNames read_names(FormEntries entries) {
+  PostedNames names;
+  for (FormEntry& entry : entries) {
+    if (equals(entry.name, "Action")) ++names.nElem;
+    if (equals(entry.name, "ParserFilename")) read_path(entry.val, names.filename, names);
+    if (equals(entry.name, "DefaultParserFilename")) read_path(entry.val, names.dfilename, names);
+    for (const CopyTarget& target : kCopyTargets) {
+      if (equals(entry.name, target.entry)) read_copy_name(entry.val, target, names);
+    }
+  }
+  return names;
+}
+
+// Has the posted copy made and turns the edits to it. Returns whether that worked.
+bool make_copy(QVN_AppData& request, FormEntries entries, PostedNames& names) {
+  if (ValidTemplatePath(names.cfilename.get()) != TRUE) {
+    LOG_LINE(LOG_LEVEL_ERROR, "*** Invalid template path!");
+    return false;
+  }
+  if (HTTP_Parser_Copy_fn(&request, entries.data(), static_cast<int>(entries.size())) != 0) {
+    LOG_LINE(LOG_LEVEL_ERROR, "HTTP_Parser_Copy_fn returned error!");
+    return false;
+  }
+  names.filename = names.cfilename.get();
+  return true;
+}
+
+// Decides which template is edited. Returns false when the post is refused.
+bool choose_template(QVN_AppData& request, FormEntries entries, PostedNames& names) {
+  if (names.filesize_exceed != FALSE) {
+    LOG_LINE(LOG_LEVEL_ERROR, "*** Filesize exceeded!");
+    static_cast<void>(names.cfilename.release());  // not released on this path
+    return false;
+  }
+  if (names.filename == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "filename = NULL!");
+    names.filename = names.dfilename;
+  }
+  if (names.filename == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "dfilename == NULL!");
+    return false;
+  }
+  if (request.loginName == nullptr && equals(names.filename, kDefaultTemplate)) {
+    LOG_LINE(LOG_LEVEL_ERROR, "HTTP_Parser_Set called on default template without logging in!");
+    return false;
+  }
+  if (names.cfilename != nullptr && !make_copy(request, entries, names)) return false;
+  if (is_empty(names.filename)) {
+    LOG_LINE(LOG_LEVEL_ERROR, "*** NULL filename!");
+    return false;
+  }
+  return true;
+}
+
+// The edits of one post, in their order, and the run that is being gathered.
+struct Gathering {
+  std::unique_ptr<HTTP_PARSER_Set_Element[], FreeDeleter> setRequest;
+  std::size_t nGoodElem = 0;
+  HTTP_PARSER_Set_Element run{};
+  char theNewInvocationName[kNewNameSize] = "";
+  bool_t weHaveNewInvocationName = FALSE;
+};
+
+void allocate_elements(Gathering& edits, std::size_t nElem) {
+  // At least one, so that an empty list is not taken for an exhausted heap.
+  void* elements = std::calloc(nElem + 1, sizeof(HTTP_PARSER_Set_Element));
+  require(kSource, elements, "QALLOCN failed! Exiting!");
+  edits.setRequest.reset(static_cast<HTTP_PARSER_Set_Element*>(elements));
+}
+
+bool is_given(const char* value) { return !is_empty(value) && !equals(value, "NULL"); }
+
+char* given_or_null(char* value) { return is_given(value) ? value : nullptr; }
+
+char* given_or_empty(char* value) { return is_given(value) ? value : const_cast<char*>(""); }
+
+// The invocation of a run; metadata runs that name none share one new invocation.
+char* gathered_invocation(TemplateObject* tpl, char* value, Gathering& edits) {
+  if (is_given(value)) return value;
+  if (!equals(edits.run.ServiceName, kMetadataService)) return nullptr;
+  if (edits.weHaveNewInvocationName == FALSE) {
+    edits.theNewInvocationName[0] = '\0';
+    const int created = CreateMetaDataInvocation(tpl, edits.theNewInvocationName,
+                                                 sizeof(edits.theNewInvocationName));
+    edits.weHaveNewInvocationName = created == 1 ? TRUE : FALSE;
+  }
+  return edits.theNewInvocationName;
+}
+
+// Closes the run with its action. Returns false when the run has no service.
+bool gather_action(char* action, Gathering& edits) {
+  if (edits.run.ServiceName == nullptr || action == nullptr) return false;
+  edits.run.Action = action;
+  edits.setRequest[edits.nGoodElem++] = edits.run;
+  edits.run = {};
+  return true;
+}
+
+// Takes one form entry into the run. Returns false when an action cannot be gathered.
+bool gather_entry(TemplateObject* tpl, const FormEntry& entry, Gathering& edits) {
+  HTTP_PARSER_Set_Element& run = edits.run;
+  if (equals(entry.name, "Action")) return gather_action(entry.val, edits);
+  if (equals(entry.name, "ServiceName")) run.ServiceName = given_or_null(entry.val);
+  if (equals(entry.name, "InvocationName")) {
+    run.InvocationName = gathered_invocation(tpl, entry.val, edits);
+  }
+  if (equals(entry.name, "AttributeName")) run.AttributeName = given_or_empty(entry.val);
+  if (equals(entry.name, "AttributeType")) run.AttributeType = given_or_null(entry.val);
+  if (equals(entry.name, "AttributeValue")) run.AttributeValue = given_or_empty(entry.val);
+  if (equals(entry.name, "Compulsory")) {
+    run.Compulsory = equals(entry.val, "TRUE") || equals(entry.val, "true") ? TRUE : FALSE;
+  }
+  return true;
+}
+
+bool gather_edits(TemplateObject* tpl, FormEntries entries, Gathering& edits) {
+  for (const FormEntry& entry : entries) {
+    if (!gather_entry(tpl, entry, edits)) return false;
+  }
+  return true;
+}
+
+// The apply phase of one post.
+struct Applying {
+  QVN_AppData& request;
+  TemplateObject* tpl;
+  char newInvocationName[kNewNameSize] = "";  // of the element that is being applied
+  bool_t ret = TRUE;                          // result of the latest store operation
+  bool_t failedOnce = FALSE;
+};
+
+void save_list(const Applying& post, HTTP_PARSER_Set_Element& element, char separator) {
+  char inSeparator[] = {separator, '\0'};
+  PrivSaveMultiValue(&post.request, &element, inSeparator);
+}
+
+void write_value(Applying& post, HTTP_PARSER_Set_Element& element) {
+  if (equals(element.AttributeName, "PhoneNumber")) {
+    LOG_LINE(LOG_LEVEL_UNUSUAL, "In PhoneNumber section!");
+    save_list(post, element, ';');
+    return;
+  }
+  if (std::strchr(element.AttributeValue, ',') != nullptr &&
+      starts_with(element.AttributeType, "enum_")) {
+    LOG_LINE(LOG_LEVEL_UNUSUAL, "Have value that contains a comma!");
+    save_list(post, element, ',');
+    return;
+  }
+  LOG_LINE(LOG_LEVEL_UNUSUAL, "About to call -> '%s' / compuls = '%d'",
+           "WriteAttributeFromStringUseFirst", element.Compulsory);
+  post.ret = WriteAttributeFromStringUseFirst(post.tpl, element.ServiceName, element.InvocationName,
+                                              element.AttributeName, element.AttributeType,
+                                              element.AttributeValue, TRUE, element.Compulsory);
+}
+
+void apply_update(Applying& post, HTTP_PARSER_Set_Element& element) {
+  LOG_LINE(
+      LOG_LEVEL_UNUSUAL, "Update action: %s = '%s' / %s = '%s' / %s = '%s' / %s = '%s' / %s = '%d'",
+      "service", element.ServiceName, "att. name", element.AttributeName, "invoc. name",
+      element.InvocationName, "att. value", element.AttributeValue, "compuls", element.Compulsory);
+  if (element.InvocationName == nullptr &&
+      CreateInvocationWSize(post.tpl, element.ServiceName, post.newInvocationName,
+                            sizeof(post.newInvocationName)) != 0) {
+    element.InvocationName = post.newInvocationName;
+  }
+  if (element.AttributeValue != nullptr) write_value(post, element);
+}
+
+void record_failure(Applying& post, const char* attribute) {
+  if (post.failedOnce != FALSE) append_text(post.request.Reason, ",");
+  append_text(post.request.Reason, attribute);
+  post.failedOnce = TRUE;
+}
+
+// Removes the listed values. Each turn first records the failure of the operation before it, so the
+// last removal of a post is never recorded.
+void remove_values(Applying& post, HTTP_PARSER_Set_Element& element) {
+  char* remainder = nullptr;
+  char* value = strtok_r(element.AttributeValue, ",", &remainder);
+  LOG_LINE(LOG_LEVEL_UNUSUAL, "Delete value '%s' / attribute '%s' / service '%s'",
+           element.AttributeValue, element.AttributeName, element.ServiceName);
+  for (; value != nullptr; value = strtok_r(nullptr, ",", &remainder)) {
+    if (post.ret != TRUE) record_failure(post, element.AttributeName);
+    post.ret = RemoveAttributeStringWInvoc(post.tpl, element.ServiceName, element.InvocationName,
+                                           element.AttributeName, value);
+  }
+}
+
+void delete_metadata(Applying& post, const HTTP_PARSER_Set_Element& element) {
+  LOG_LINE(LOG_LEVEL_UNUSUAL, "Deleting something to do with MetaData!");
+  if (element.AttributeName != nullptr) {
+    LOG_LINE(LOG_LEVEL_SUCCESS, "DeleteAttributeWInvoc");
+    post.ret = DeleteAttributeWInvoc(post.tpl, element.ServiceName, element.InvocationName,
+                                     element.AttributeName);
+  } else {
+    LOG_LINE(LOG_LEVEL_SUCCESS, "DeleteMetaDataInvocation");
+    post.ret = DeleteMetaDataInvocation(post.tpl, element.InvocationName);
+  }
+}
+
+// Deletes what the element names most closely.
+void delete_closest(Applying& post, HTTP_PARSER_Set_Element& element) {
+  char* service = element.ServiceName;
+  if (element.AttributeName != nullptr && !is_empty(element.AttributeValue)) {
+    remove_values(post, element);
+  } else if (element.AttributeName != nullptr) {
+    LOG_LINE(LOG_LEVEL_UNUSUAL, "Deleting attribute '%s' of service '%s'", element.AttributeName,
+             service);
+    post.ret =
+        DeleteAttributeWInvoc(post.tpl, service, element.InvocationName, element.AttributeName);
+  } else if (element.InvocationName != nullptr) {
+    LOG_LINE(LOG_LEVEL_UNUSUAL, "Deleting invocation '%s' of service '%s'", element.InvocationName,
+             service);
+    post.ret = DeleteInvocation(post.tpl, service, element.InvocationName);
+  } else {
+    LOG_LINE(LOG_LEVEL_UNUSUAL, "Deleting entire service '%s'", service);
+    post.ret = DeleteService(post.tpl, service);
+  }
+}
+
+void apply_delete(Applying& post, HTTP_PARSER_Set_Element& element) {
+  LOG_LINE(LOG_LEVEL_UNUSUAL, "Delete action: %s = '%s' / %s = '%s' / %s = '%s'", "service",
+           element.ServiceName, "att. name", element.AttributeName, "invoc. name",
+           element.InvocationName);
+  if (starts_with(element.ServiceName, kMetadataService)) {
+    delete_metadata(post, element);
+  } else {
+    delete_closest(post, element);
+  }
+}
+
+void apply_edits(Applying& post, std::span<HTTP_PARSER_Set_Element> elements) {
+  set_text(post.request.Reason, "Couldn't set attribute : ");
+  for (HTTP_PARSER_Set_Element& element : elements) {
+    if (equals(element.Action, "update")) apply_update(post, element);
+    if (equals(element.Action, "delete")) apply_delete(post, element);
+  }
+}
+
+// Marks the template with its device definition, saves and closes it. Returns the handler's result.
+int finish_post(Applying& post) {
+  post.ret = WriteAttributeEnumWInvoc(post.tpl, kGeneralService, nullptr, "enum_KLV",
+                                      "KLVDefinitionUsed", JT_GEN_KLV_GENERIC);
+  close_template(&post.request, Changes::save);
+  if (post.failedOnce != FALSE || post.ret != TRUE) {
+    LOG_LINE(LOG_LEVEL_ERROR, "failedOnce = %d, ret = %d", post.failedOnce, post.ret);
+    return 1;
+  }
+  set_text(post.request.Reason, "");
+  return 0;
+}
+
+// ---- Copy. ----
+
+// What tells one copying handler from another: where its bare file names belong.
+struct CopyPlan {
+  const char* source_directory;  // null: the source field holds a full path
+  const char* destination_directory;
+};
+
+constexpr CopyPlan kCopy = {nullptr, "/tmp/template/pool/web"};
+
+// A path of a copy, borrowed from the form or built and owned.
+struct CopyPath {
+  MallocText built;
+  const char* text = nullptr;  // null: not given
+  bool fits = true;
+};
+
+struct CopyPaths {
+  CopyPath from;
+  CopyPath to;
+};
+
+CopyPath borrow_path(const char* value) { return {nullptr, value, true}; }
+
+CopyPath build_path(const char* directory, const char* value) {
+  MallocText built = allocate_text(kSource, kPathBuffer, "malloc failed! Exiting!");
+  if (!format_into(built.get(), kPathSize, "%s/%s", directory, text_or_empty(value))) {
+    return {nullptr, nullptr, false};
+  }
+  const char* text = built.get();
+  return {std::move(built), text, true};
+}
+
+void read_source(const CopyPlan& plan, const char* value, CopyPaths& paths) {
+  LOG_LINE(LOG_LEVEL_VALUES, "Setting copyFrom to %s", value);
+  if (plan.source_directory == nullptr) {
+    paths.from = borrow_path(value);
+    return;
+  }
+  paths.from = build_path(plan.source_directory, value);
+  if (paths.from.fits) LOG_LINE(LOG_LEVEL_VALUES, "copyFrom = %s", paths.from.text);
+}
+
+void read_destination(const char* directory, const char* value, CopyPaths& paths) {
+  LOG_LINE(LOG_LEVEL_VALUES, "Setting copyTo to %s", value);
+  // The buffer of an earlier destination is not released.
+  static_cast<void>(paths.to.built.release());
+  paths.to = build_path(directory, value);
+  if (paths.to.fits) LOG_LINE(LOG_LEVEL_VALUES, "copyTo = %s", paths.to.text);
+}
+
+CopyPaths read_copy_paths(const CopyPlan& plan, FormEntries entries) {
+  CopyPaths paths;
+  for (const FormEntry& entry : entries) {
+    if (equals(entry.name, "ParserFilename")) read_source(plan, entry.val, paths);
+    if (equals(entry.name, "DefaultParserFilename")) {
+      LOG_LINE(LOG_LEVEL_VALUES, "Using default: Setting copyFrom to %s", entry.val);
+      paths.from = borrow_path(entry.val);
+    }
+    if (equals(entry.name, "CopyParserFilename")) {
+      read_destination(plan.destination_directory, entry.val, paths);
+    }
+    if (equals(entry.name, "CopyParserFilenameMailbox")) {
+      read_destination("/tmp/template/pool/mailbox", entry.val, paths);
+    }
+  }
+  return paths;
+}
+
+// The destination of a copy that was given none.
+CopyPath default_destination(const char* copyFrom) {
+  const std::size_t size = std::strlen(copyFrom) + sizeof("(Copy)");
+  MallocText temp = allocate_text(kSource, size, "QALOCN failed! Exiting!");
+  format_into(temp.get(), size, "(Copy)%s", copyFrom);
+  const char* text = temp.get();
+  return {std::move(temp), text, true};
+}
+
+// Writes the copy's file name into it. Returns false when the store could not; a copy that cannot
+// be opened keeps the name of its source, which is no failure.
+bool stamp_name(QVN_AppData& request, const char* copyTo) {
+  const std::size_t size = std::strlen(copyTo) + sizeof("|O_RDWR");
+  MallocText filename = allocate_text(kSource, size, "QALOCN failed! Exiting!");
+  format_into(filename.get(), size, "%s|O_RDWR", copyTo);
+  HTTP_Open_Parser_fn(&request, filename.get());
+  filename.reset();
+  bool_t ret = TRUE;
+  TemplateObject* tpl = open_template(request);
+  if (tpl != nullptr && tpl->m_erno == KWT_SUCCESS) {
+    const char* slash = std::strrchr(copyTo, '/');
+    ret = WriteAttributeStringWInvoc(tpl, kGeneralService, nullptr, "JobTemplateName",
+                                     slash != nullptr ? slash + 1 : copyTo);
+  }
+  close_template(&request, Changes::save);
+  return ret == TRUE;
+}
+
+int copy_template(const CopyPlan& plan, QVN_AppData& request, FormEntries entries) {
+  CopyPaths paths = read_copy_paths(plan, entries);
+  if (paths.from.text == nullptr && paths.from.fits) {
+    LOG_LINE(LOG_LEVEL_ERROR, "copyFrom == NULL");
+    return 1;
+  }
+  if (!paths.from.fits || !paths.to.fits) {
+    LOG_LINE(LOG_LEVEL_ERROR, "Couldn't copy template!");
+    return 1;
+  }
+  const char* copyFrom = paths.from.text;
+  if (paths.to.text == nullptr) paths.to = default_destination(copyFrom);
+  const char* copyTo = paths.to.text;
+  LOG_LINE(LOG_LEVEL_VALUES, "copyFrom = %s", copyFrom);
+  LOG_LINE(LOG_LEVEL_VALUES, "copyTo = %s", copyTo);
+  if (equals(copyTo, kDefaultTemplate)) {
+    LOG_LINE(LOG_LEVEL_ERROR, "HTTP_Parser_Copy attempting to overwrite default template");
+    return 1;
+  }
+  if (CopyCKwtTemplate(copyFrom, copyTo) == KWT_SUCCESS && stamp_name(request, copyTo)) return 0;
+  format_into(request.Reason, sizeof(request.Reason), "Couldn't Copy Template from: %s to %s.\r\n",
+              copyFrom, copyTo);
+  LOG_LINE(LOG_LEVEL_ERROR, "Couldn't copy template!");
+  return 1;
+}
+
+// ---- Listings. ----
+
+// The template files of one directory.
+class TemplatePool {
+ public:
+  explicit TemplatePool(const char* directory) {
+    CKwtPool(&pool_);
+    SetPath(&pool_, directory);
+    if (Refresh(&pool_) != 0) first_ = GetTemplateList(&pool_);
+  }
+  ~TemplatePool() { DestructorCKwtPool(&pool_); }
+
+  TemplatePool(const TemplatePool&) = delete;
+  TemplatePool& operator=(const TemplatePool&) = delete;
+
+  const TEMPLATELISTNODE_STRUCT* first() const { return first_; }
+
+ private:
+  TemplatePoolObject pool_{};
+  const TEMPLATELISTNODE_STRUCT* first_ = nullptr;
+};
+
+char* template_directory(QVN_AppData* udata, char* arg) {
+  char name[] = "TemplateDir";
+  return TempSuppGetArgument(udata, arg, name);
+}
+
+bool is_made_by_scan_driver(QVN_AppData* udata, char* directory, char* file_name) {
+  char fileFullPath[kPathSize];
+  char service[] = "qvn_svc_general";
+  char attribute[] = "JobTemplateCreator";
+  TempSuppGetTempFullPath(directory, file_name, fileFullPath);
+  const char* creator = TempSuppGetAttributeValue(udata, fileFullPath, service, attribute);
+  return equals(creator, "WIA") || equals(creator, "TWAIN");
+}
+
+void print_template_name(QVN_AppData* udata, const char* name, bool first) {
+  const EscapedText escaped(kSource, name, kListName);
+  adiprintf(udata, first ? "%s" : " %s", escaped.c_str());
+}
+
+char* invocations_service(const QVN_AppData& request, char* arg) {
+  if (!is_empty(arg)) {
+    LOG_LINE(LOG_LEVEL_VALUES, "Argument passed into function: %s", arg);
+    return arg;
+  }
+  LOG_LINE(LOG_LEVEL_VALUES, "Trying to find HTTP_PARSER_FORM_INVOCATION_NAME");
+  char* name = nullptr;
+  for (const FormEntry& entry : form_entries(request)) {
+    if (!equals(entry.name, "InvocationName")) continue;
+    name = entry.val;
+    LOG_LINE(LOG_LEVEL_VALUES, "Found HTTP_PARSER_FORM_INVOCATION_NAME: %s", name);
+  }
+  return name;
+}
+
+}  // namespace
 
 // ---- Exported functions. ----
 
@@ -190,6 +683,117 @@ void HTTP_Parser_JS_Get_fn(QVN_AppData* udata, char* arg) {
     return;
   }
   print_attribute(*udata, arg, print_script_item);
+}
+
+int HTTP_Parser_Set_fn(QVN_AppData* udata, FormEntry* entries, int nEntries) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  const FormEntries posted = form_entries(entries, nEntries);
+  PostedNames names = read_names(posted);
+  if (!choose_template(*udata, posted, names)) return 1;
+  Gathering edits;
+  allocate_elements(edits, names.nElem);
+  HTTP_Open_Parser_fn(udata, names.filename);
+  if (!gather_edits(open_template(*udata), posted, edits)) {
+    set_text(udata->Reason, "Service name not found");
+    close_template(udata, Changes::save);
+    return 1;
+  }
+  Applying post{*udata, open_template(*udata)};
+  apply_edits(post, {edits.setRequest.get(), edits.nGoodElem});
+  return finish_post(post);
+}
+
+void PrivSaveMultiValue(QVN_AppData* inUdata, HTTP_PARSER_Set_Element* inElement,
+                        char* inSeparator) {
+  bool_t failedAlready = FALSE;
+  bool_t firstWrite = TRUE;
+  char* remainingValue = nullptr;
+  char* valueToSave = strtok_r(inElement->AttributeValue, inSeparator, &remainingValue);
+  while (valueToSave != nullptr) {
+    LOG_LINE(LOG_LEVEL_UNUSUAL, "Attribute value broken on '%s' = %s", inSeparator, valueToSave);
+    const bool_t returnValue = WriteAttributeFromStringUseFirst(
+        open_template(*inUdata), inElement->ServiceName, inElement->InvocationName,
+        inElement->AttributeName, inElement->AttributeType, valueToSave, firstWrite,
+        inElement->Compulsory);
+    if (returnValue == FALSE) {
+      LOG_LINE(LOG_LEVEL_ERROR, "Unable to write abbribute = %s", inElement->AttributeName);
+      if (failedAlready != FALSE) append_text(inUdata->Reason, ",");
+      append_text(inUdata->Reason, inElement->AttributeName);
+      failedAlready = TRUE;
+    }
+    firstWrite = FALSE;
+    valueToSave = strtok_r(nullptr, inSeparator, &remainingValue);
+  }
+  LOG_LINE(LOG_LEVEL_UNUSUAL, "Finished multi-value save!");
+}
+
+int HTTP_Parser_Copy_fn(QVN_AppData* udata, FormEntry* entries, int nEntries) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "Invalid NULL parameter! Exiting!");
+  require(kSource, entries, "Invalid NULL parameter! Exiting!");
+  return copy_template(kCopy, *udata, form_entries(entries, nEntries));
+}
+
+int HTTP_Parser_Delete_fn(QVN_AppData* udata, FormEntry* entries, int nEntries) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  const FormEntry* entry = first_entry(form_entries(entries, nEntries), "ParserFilename");
+  if (entry == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "Filename not found in entries!");
+    return 1;
+  }
+  if (ValidTemplatePath(entry->val) != TRUE) {
+    LOG_LINE(LOG_LEVEL_ERROR, "*** Invalid template path!");
+    return 1;
+  }
+  if (equals(entry->val, kDefaultTemplate)) {
+    LOG_LINE(LOG_LEVEL_ERROR, "HTTP_Parser_Delete called on default template!");
+    return 1;
+  }
+  return DeleteCKwtTemplateWFilename(entry->val) == 1 ? 0 : 1;
+}
+
+void HTTP_Parser_List_fn(QVN_AppData* udata, char* arg) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  const TemplatePool pool(template_directory(udata, arg));
+  for (const auto* node = pool.first(); node != nullptr; node = node->next) {
+    print_template_name(udata, node->szFileName, node == pool.first());
+  }
+}
+
+void HTTP_Parser_List_Non_WIA_fn(QVN_AppData* udata, char* arg) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  char* directory = template_directory(udata, arg);
+  if (directory == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "The path for HTTP_Parser_List_Non_WIA_fn is NULL! Exiting now!");
+    return;
+  }
+  const TemplatePool pool(directory);
+  bool firstOne = true;
+  for (const auto* node = pool.first(); node != nullptr; node = node->next) {
+    if (is_made_by_scan_driver(udata, directory, node->szFileName)) continue;
+    print_template_name(udata, node->szFileName, firstOne);
+    firstOne = false;
+  }
+}
+
+void HTTP_Parser_List_Invocations_fn(QVN_AppData* udata, char* arg) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  if (udata->parserTemplate == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "udata->parserTemplate is NULL!");
+    return;
+  }
+  const INVOCATION_STRUCT* first =
+      ListInvocations(open_template(*udata), invocations_service(*udata, arg));
+  LOG_LINE(LOG_LEVEL_VALUES, "About to enter while loop.");
+  for (const auto* node = first; node != nullptr; node = node->next) {
+    if (node != first) adiprintf(udata, ",");
+    adiprintf(udata, "%s", node->szInvocationName);
+  }
 }
 
 bool_t ValidTemplatePath(char* checkPath) {

@@ -9,9 +9,13 @@
 #include "text.h"
 #include "trace.h"
 
-static constexpr char kSource[] = "http_template_support.cpp";
-static constexpr std::size_t kPathSize = 255;
-static constexpr std::size_t kNameSize = 64;
+namespace {
+
+constexpr char kSource[] = "http_template_support.cpp";
+constexpr std::size_t kPathSize = 255;
+constexpr std::size_t kNameSize = 64;
+
+}  // namespace
 
 char* TempSuppGetArgument(QVN_AppData* inUdata, char* inArg, char* inParamName) {
   char* argument = inArg;

@@ -20,6 +20,10 @@
 
 inline bool is_empty(const char* text) { return text == nullptr || *text == '\0'; }
 
+inline const char* text_or_empty(const char* text) { return text != nullptr ? text : ""; }
+
+inline std::size_t text_length(const char* text) { return std::strlen(text_or_empty(text)); }
+
 inline bool equals(const char* text, const char* other) {
   return text != nullptr && other != nullptr && std::strcmp(text, other) == 0;
 }
