@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "device/table_file.h"
 
+#include <iconv.h>
+
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -13,38 +15,17 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// The length of the UTF-8 character at the start of `text`, or 0 when there is none.
-size_t utf8_character(std::string_view text) {
-  struct Form {
-    unsigned char first, last;      // range of the first byte
-    unsigned char lowest, highest;  // range of the second byte
-    size_t length;                  // bytes of the character
-  };
-  static constexpr Form kForms[] = {
-      {0x01, 0x7F, 0x00, 0x00, 1}, {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
-      {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
-      {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
-  };
-  auto byte = [&](size_t at) { return static_cast<unsigned char>(text[at]); };
-  for (const Form& form : kForms) {
-    if (byte(0) < form.first || byte(0) > form.last) continue;
-    if (text.size() < form.length) return 0;
-    if (form.length > 1 && (byte(1) < form.lowest || byte(1) > form.highest)) return 0;
-    for (size_t at = 2; at < form.length; ++at) {
-      if (byte(at) < 0x80 || byte(at) > 0xBF) return 0;
-    }
-    return form.length;
-  }
-  return 0;
-}
-
-bool is_utf8(std::string_view text) {
-  while (!text.empty()) {
-    size_t length = utf8_character(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
+bool is_utf8(std::string_view line) {
+  std::string bytes(line);
+  std::string characters(4 * bytes.size(), '\0');
+  char* from = bytes.data();
+  char* to = characters.data();
+  size_t bytes_left = bytes.size();
+  size_t room_left = characters.size();
+  iconv_t conversion = iconv_open("UCS-4LE", "UTF-8");
+  size_t failed = iconv(conversion, &from, &bytes_left, &to, &room_left);
+  iconv_close(conversion);
+  return failed == 0;
 }
 
 // What is wrong with the line "key<TAB>text"; empty when nothing is.
