@@ -24,6 +24,14 @@ constexpr Print kScriptValues[] = {
     {"%s", kBackslashed},
     {"%s%s", kSeparatorBackslashed},
 };
+constexpr Print kTemplateNames[] = {
+    {"%s", kBackslashed},
+    {" %s", kBackslashed},
+};
+constexpr Print kInvocationNames[] = {
+    {"%s", kPlain},
+    {",", {}},
+};
 
 constexpr unsigned kAnywhere = kHtmlText | kHtmlAttribute | kScriptString | kJsonBlock;
 
@@ -36,6 +44,15 @@ constexpr ParserFunction kFunctions[] = {
     {"HTTP_Parser_Get_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none, kValues},
     {"HTTP_Parser_JS_Get_fn", Shape::output, TemplateUse::reads, kScriptString | kJsonBlock,
      Format::none, kScriptValues},
+    {"HTTP_Parser_List_fn", Shape::output, TemplateUse::none, kScriptString | kJsonBlock,
+     Format::none, kTemplateNames},
+    {"HTTP_Parser_List_Non_WIA_fn", Shape::output, TemplateUse::opens_own,
+     kScriptString | kJsonBlock, Format::none, kTemplateNames},
+    {"HTTP_Parser_List_Invocations_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none,
+     kInvocationNames},
+    {"HTTP_Parser_Set_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
+    {"HTTP_Parser_Copy_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
+    {"HTTP_Parser_Delete_fn", Shape::form, TemplateUse::none, 0, Format::none, {}},
 };
 
 }  // namespace

@@ -1,0 +1,99 @@
+// The request record, and the response writer that parser functions print with.
+// SPDX-License-Identifier: MIT
+#include "request_record.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "platform/server.h"
+
+namespace platen {
+namespace {
+
+const Print* find_print(const ParserFunction& function, std::string_view format) {
+  const auto found = std::ranges::find(function.prints, format, &Print::format);
+  return found == function.prints.end() ? nullptr : &*found;
+}
+
+char* malloc_text(const std::string& text) {
+  auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
+  if (copy == nullptr) throw std::bad_alloc();
+  std::memcpy(copy, text.c_str(), text.size() + 1);
+  return copy;
+}
+
+}  // namespace
+
+std::string TagOutput::printed_value(std::string_view text, Value kind) {
+  switch (format_) {
+    case Format::html:
+      return html_text(text);
+    case Format::js:
+      return script_text(text, kind);
+    case Format::json:
+      if (kind != Value::separator) items_.push_back(json_item(text, kind));
+      return "";
+    case Format::none:
+      break;
+  }
+  return "";
+}
+
+std::string TagOutput::print(const char* format, va_list& values) noexcept {
+  const Print* row = find_print(function_, format);
+  if (row == nullptr) {
+    fault_ = std::string(function_.name) + " printed with the unknown format \"" + format + "\"";
+    return "";
+  }
+  constexpr std::string_view kConversion = "%s";
+  std::string_view rest = row->format;
+  std::string out;
+  for (const Value kind : row->values) {
+    const size_t conversion = rest.find(kConversion);
+    const char* text = va_arg(values, const char*);
+    out += rest.substr(0, conversion);
+    out += printed_value(text == nullptr ? "" : text, kind);
+    rest.remove_prefix(conversion + kConversion.size());
+  }
+  out += rest;
+  return format_ == Format::json ? "" : out;
+}
+
+std::string TagOutput::finish() const { return format_ == Format::json ? json_text(items_) : ""; }
+
+RequestRecord::RequestRecord(const std::vector<Field>& fields, const std::string& language)
+    : QVN_AppData{} {
+  form_entries_.reserve(fields.size());
+  for (const auto& [name, value] : fields) {
+    FormEntry entry{};
+    entry.name = malloc_text(name);
+    entry.val = malloc_text(value);
+    form_entries_.push_back(entry);
+  }
+  entries = form_entries_.data();
+  num_entries = static_cast<int>(form_entries_.size());
+  language.copy(preferredLang, sizeof preferredLang - 1);
+}
+
+RequestRecord::~RequestRecord() {
+  for (const FormEntry& entry : form_entries_) {
+    std::free(entry.name);
+    std::free(entry.val);
+  }
+}
+
+}  // namespace platen
+
+int adiprintf(QVN_AppData* udata, const char* format, ...) {
+  auto* record = static_cast<platen::RequestRecord*>(udata);
+  if (record == nullptr || record->outfs == nullptr || record->tag == nullptr) return -1;
+  va_list values;
+  va_start(values, format);
+  const std::string text = record->tag->print(format, values);
+  va_end(values);
+  if (!record->tag->fault().empty()) return -1;
+  const size_t written = std::fwrite(text.data(), 1, text.size(), record->outfs);
+  return written == text.size() ? static_cast<int>(written) : -1;
+}
