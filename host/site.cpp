@@ -1,0 +1,125 @@
+// Finds, checks and serves pages.
+// SPDX-License-Identifier: MIT
+#include "site.h"
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <unordered_set>
+
+#include "device/phrases.h"
+#include "error_page.h"
+#include "page_expansion.h"
+#include "platform/log.h"
+#include "policy.h"
+
+namespace platen {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kSource = "site.cpp";
+constexpr std::string_view kStaticFiles = "static/";
+constexpr std::string_view kTellAdministrator =
+    "Tell the administrator; the log says what is wrong.";
+
+void log_line(int level, const std::string& text, int line = __builtin_LINE()) {
+  Log_Entry(level, kSource, line, "%s", text.c_str());
+}
+
+bool is_page(std::string_view name) {
+  return (is_html_page(name) || is_script_page(name)) && !name.starts_with(kStaticFiles);
+}
+
+// The name of the page for a request's path; "" when none can have it.
+std::string page_name(const std::string& path) {
+  if (!path.starts_with('/')) return "";
+  const std::string name = path.substr(1) + (path.ends_with('/') ? "index.html" : "");
+  return is_page(name) ? name : "";
+}
+
+// The names of all pages, sorted. Throws fs::filesystem_error when a directory cannot be read.
+std::vector<std::string> page_names(const std::string& root) {
+  std::vector<std::string> names;
+  for (auto entry = fs::recursive_directory_iterator(root); entry != fs::end(entry); ++entry) {
+    const std::string name = entry->path().lexically_relative(root);
+    if (entry->path().filename().string().starts_with('.')) {
+      entry.disable_recursion_pending();
+    } else if (!entry->is_directory() && is_page(name)) {
+      names.push_back(name);
+    }
+  }
+  std::ranges::sort(names);
+  return names;
+}
+
+}  // namespace
+
+Site::Site(std::string pages, const ParserModule* module)
+    : pages_(std::move(pages)), module_(module) {}
+
+std::vector<std::string> Site::check() const {
+  std::vector<std::string> faults;
+  std::unordered_set<std::string> seen;  // a fault in an included file shows in several pages
+  try {
+    for (const std::string& name : page_names(pages_)) {
+      for (const Fault& fault : load_page(pages_, name).faults) {
+        const std::string text = fault_text(fault);
+        if (seen.insert(text).second) faults.push_back(text);
+      }
+    }
+  } catch (const fs::filesystem_error& error) {
+    faults.push_back(pages_ + ": cannot be read: " + error.code().message());
+  }
+  return faults;
+}
+
+Response Site::serve(const Request& request) {
+  try {
+    return answer(request);
+  } catch (const std::exception& error) {
+    log_line(LOG_LEVEL_ERROR, request.path + ": " + error.what());
+    return error_response(500);
+  }
+}
+
+Response Site::answer(const Request& request) {
+  const std::string name = page_name(request.path);
+  if (name.empty() || find_page_file(pages_, name).path.empty()) {
+    return error_response(404, "There is no page " + request.path + ".", "Check the address.");
+  }
+  if (const std::string refusal = refuse_page_fields(request.query); !refusal.empty()) {
+    log_line(LOG_LEVEL_WARNING, "refused " + request.path + ": " + refusal);
+    return error_response(400, refusal, "Change the address, or go back to the start page.");
+  }
+  return answer_page(name, request);
+}
+
+Response Site::answer_page(const std::string& name, const Request& request) {
+  const std::shared_ptr<const Page> source = page(name);
+  for (const Fault& fault : source->faults) log_line(LOG_LEVEL_ERROR, fault_text(fault));
+  if (!source->faults.empty()) {
+    return error_response(500, "The page " + request.path + " has a fault.", kTellAdministrator);
+  }
+  Expansion expansion =
+      expand_page(*source, *module_, request.query, best_language(request.language));
+  if (!expansion.fault.empty()) {
+    log_line(LOG_LEVEL_ERROR, expansion.fault);
+    return error_response(500, "The page " + request.path + " failed.", kTellAdministrator);
+  }
+  Response response;
+  response.status = expansion.reason.empty() ? 200 : 404;
+  if (is_script_page(name)) response.content_type = "text/javascript; charset=utf-8";
+  response.body = std::move(expansion.text);
+  return response;
+}
+
+std::shared_ptr<const Page> Site::page(const std::string& name) {
+  std::shared_ptr<const Page>& cached = cache_[name];
+  if (cached == nullptr || !is_fresh(*cached)) {
+    cached = std::make_shared<const Page>(load_page(pages_, name));
+  }
+  return cached;
+}
+
+}  // namespace platen

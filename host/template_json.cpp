@@ -1,0 +1,53 @@
+// Builds the JSON of a template from the store's walk.
+// SPDX-License-Identifier: MIT
+#include "template_json.h"
+
+#include <algorithm>
+
+namespace platen {
+namespace {
+
+std::string json_name(const char* text) { return valid_utf8(text == nullptr ? "" : text); }
+
+// Collects one template.
+class TemplateCollector {
+ public:
+  static int visit(void* context, const char* service, const char* invocation,
+                   const char* attribute, const char* type, bool_t compulsory, int /*line*/,
+                   const char* value) {
+    auto* self = static_cast<TemplateCollector*>(context);
+    Json& in_service = self->member(self->services, service, "invocations");
+    Json& in_invocation = self->member(in_service["invocations"], invocation, "attributes");
+    Json& found = self->member(in_invocation["attributes"], attribute, "values");
+    found["type"] = json_name(type);
+    found["compulsory"] = compulsory != FALSE;
+    if (value != nullptr) found["values"].push_back(json_name(value));
+    return 0;
+  }
+
+  Json services = Json::array();
+
+ private:
+  // The object of that name in `list`, added when it is not there. The last one is looked at first,
+  // as the walk stays in one attribute for all its values.
+  Json& member(Json& list, const char* name, const char* content) {
+    const std::string text = json_name(name);
+    const auto found = std::find_if(list.rbegin(), list.rend(),
+                                    [&](const Json& object) { return object["name"] == text; });
+    if (found != list.rend()) return *found;
+    list.push_back({{"name", text}, {content, Json::array()}});
+    return list.back();
+  }
+};
+
+}  // namespace
+
+Json template_json(const ParserModule& module, void* open_template) {
+  auto* object = static_cast<TemplateObject*>(open_template);
+  if (object == nullptr || object->m_filename == nullptr) return nullptr;
+  TemplateCollector collector;
+  if (module.walk(object, &TemplateCollector::visit, &collector) != 0) return nullptr;
+  return {{"file", json_name(object->m_filename)}, {"services", collector.services}};
+}
+
+}  // namespace platen
