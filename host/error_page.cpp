@@ -18,6 +18,8 @@ constexpr std::string_view kTryAgain =
     "Try again; if it happens every time, tell the administrator.";
 
 constexpr StatusRow kStatuses[] = {
+    {200, "OK", "", ""},
+    {303, "See Other", "", ""},
     {400, "Bad Request", "The address or the request cannot be understood.", "Check the address."},
     {403, "Forbidden", "This may not be shown.", "Go back to the start page."},
     {404, "Not Found", "There is no such page.", "Check the address."},
@@ -68,6 +70,16 @@ std::string paragraph(std::string_view text) {
 std::string_view status_name(int status) {
   const StatusRow* row = find_status(status);
   return row == nullptr ? "Error" : row->name;
+}
+
+std::vector<int> error_statuses() {
+  std::vector<int> statuses;
+  for (const StatusRow& row : kStatuses) {
+    if (row.status >= 400) {
+      statuses.push_back(row.status);
+    }
+  }
+  return statuses;
 }
 
 Response error_response(int status, std::string_view what, std::string_view advice) {

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "http_message.h"
 
@@ -12,6 +13,9 @@ namespace platen {
 
 // The name of an HTTP status, "Not Found"; "Error" for one that platend does not use.
 std::string_view status_name(int status);
+
+// The statuses of all errors that platend or its web server answers.
+std::vector<int> error_statuses();
 
 // A page with the status, `what` went wrong and, unless empty, what the user can do about it
 // (`advice`). Both are plain text and are escaped here; the page needs no other file.

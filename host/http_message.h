@@ -13,16 +13,16 @@ namespace platen {
 using Field = std::pair<std::string, std::string>;
 
 struct Request {
-  std::string method;           // "GET", "HEAD", "POST"
-  std::string path;             // decoded, begins with "/"
-  std::vector<Field> query;     // decoded, in order, repeated names kept
-  std::string language;         // Accept-Language as sent
+  std::string method;        // "GET", "HEAD", "POST"
+  std::string path;          // decoded, begins with "/"
+  std::vector<Field> query;  // decoded, in order, repeated names kept
+  std::string language;      // Accept-Language as sent
 };
 
 struct Response {
   int status = 200;
   std::string content_type = "text/html; charset=utf-8";
-  std::vector<Field> headers;   // beyond Content-Type and Content-Length
+  std::vector<Field> headers;  // beyond Content-Type and Content-Length
   std::string body;
 };
 

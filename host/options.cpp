@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <set>
 #include <string_view>
 #include <variant>
 
@@ -123,7 +122,6 @@ void fill_defaults(Options* options) {
 
 bool parse_options(const std::vector<std::string>& arguments, Options* options,
                    std::string* error) {
-  std::set<std::string_view> seen;
   for (size_t i = 0; i < arguments.size(); ++i) {
     Argument argument = split_argument(arguments[i]);
     const auto* row = std::ranges::find(kOptions, argument.name, &OptionRow::name);
@@ -131,7 +129,6 @@ bool parse_options(const std::vector<std::string>& arguments, Options* options,
       *error = "there is no option \"" + argument.name + "\"";
       return false;
     }
-    seen.insert(row->name);
     if (const auto* flag = std::get_if<Flag>(&row->target)) {
       if (argument.has_value) {
         *error = argument.name + " takes no value";
@@ -147,12 +144,31 @@ bool parse_options(const std::vector<std::string>& arguments, Options* options,
       return false;
     }
   }
-  if (seen.contains("--fastcgi") && (seen.contains("--port") || seen.contains("--address"))) {
+  const Options defaults;
+  if (!options->fastcgi.empty() &&
+      (options->port != defaults.port || options->address != defaults.address)) {
     *error = "--fastcgi starts no web server, so it goes with neither --port nor --address";
     return false;
   }
   fill_defaults(options);
   return true;
+}
+
+std::vector<std::string> option_arguments(const Options& options) {
+  std::vector<std::string> arguments;
+  for (const OptionRow& row : kOptions) {
+    const std::string name(row.name);
+    if (const auto* flag = std::get_if<Flag>(&row.target)) {
+      if (options.*flag->field) {
+        arguments.push_back(name);
+      }
+    } else if (const auto* number = std::get_if<Number>(&row.target)) {
+      arguments.push_back(name + "=" + std::to_string(options.*number->field));
+    } else if (const auto& text = options.*std::get<Text>(row.target).field; !text.empty()) {
+      arguments.push_back(name + "=" + text);
+    }
+  }
+  return arguments;
 }
 
 std::string help_text() {

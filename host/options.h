@@ -33,6 +33,9 @@ struct Options {
 // understood; `options` is unspecified then.
 bool parse_options(const std::vector<std::string>& arguments, Options* options, std::string* error);
 
+// The arguments that parse_options() reads as `options`.
+std::vector<std::string> option_arguments(const Options& options);
+
 // The text of --help.
 std::string help_text();
 

@@ -17,11 +17,14 @@ class ParserModule {
  public:
   // Loads the module at `path` and the store that it links, resolves every function of the host's
   // table and of the store, and checks that the store's names resolve into the store's own file.
-  // Returns false and sets `error` to a sentence naming file and symbol when anything is missing.
-  bool load(const std::string& path, std::string* error);
+  // Returns false and sets `fault` to a sentence naming file and symbol when anything is missing.
+  bool load(const std::string& path, std::string* fault);
 
   // The output function of that name; null when the module has none.
   OutputFunction output_function(const std::string& name) const;
+
+  // The file of the store that the module links.
+  const std::string& store_file() const { return store_file_; }
 
   // The store's functions that the host itself calls.
   decltype(&jt_error) error = nullptr;
@@ -32,7 +35,11 @@ class ParserModule {
   decltype(&HTTP_Close_Parser_fn) close_template = nullptr;
 
  private:
+  bool resolve_functions(const std::string& path, std::string* fault);
+  bool check_store(const std::string& path, std::string* fault);
+
   void* handle_ = nullptr;
+  std::string store_file_;
 };
 
 }  // namespace platen

@@ -1,0 +1,206 @@
+// lighttpd configured, started and listened to.
+// SPDX-License-Identifier: MIT
+#include "front.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "error_page.h"
+#include "listener.h"
+#include "platform/log.h"
+#include "process.h"
+
+namespace platen {
+namespace {
+
+constexpr const char* kSource = "lighttpd";
+constexpr const char* kSocketName = "workers.sock";
+
+// "static" below the document root is a link, so that no page's source can be asked for as a file.
+// An address is handed on as it was sent: what is wrong with it is told by a page.
+constexpr const char* kConfiguration = R"(server.document-root = "files"
+server.systemd-socket-activation = "enable"
+server.tag = ""
+server.modules = ( "mod_setenv", "mod_fastcgi" )
+server.errorfile-prefix = "errors/"
+server.upload-dirs = ( "uploads" )
+server.stream-request-body = 0
+server.max-request-size = 16384
+server.max-request-field-size = 16384
+server.max-keep-alive-requests = 65535
+server.max-keep-alive-idle = 30
+server.max-read-idle = 30
+server.max-write-idle = 120
+server.http-parseopts = ( "url-ctrls-reject" => "disable", "url-normalize" => "disable" )
+mimetype.assign = (
+  ".css" => "text/css; charset=utf-8",
+  ".html" => "text/html; charset=utf-8",
+  ".ico" => "image/x-icon",
+  ".js" => "text/javascript; charset=utf-8",
+  ".json" => "application/json",
+  ".png" => "image/png",
+  ".svg" => "image/svg+xml",
+  ".txt" => "text/plain; charset=utf-8",
+  ".woff2" => "font/woff2"
+)
+$HTTP["url"] =~ "^/static/" {
+  setenv.set-response-header = (
+    "Cache-Control" => "no-cache",
+    "Referrer-Policy" => "no-referrer",
+    "X-Content-Type-Options" => "nosniff"
+  )
+} else {
+  fastcgi.server = ( "/" => ((
+    "socket" => "workers.sock",
+    "check-local" => "disable",
+    "disable-time" => 0,
+    "connect-timeout" => 10,
+    "write-timeout" => 60,
+)";
+
+// The workers give up a request first, and its user then gets the page for that.
+constexpr int kSecondsAfterWorkers = 10;
+
+std::string setting(const char* name, int value) {
+  return std::string(name) + std::to_string(value) + "\n";
+}
+
+long read_number(const char* file, long otherwise) {
+  std::ifstream stream(file);
+  long number = 0;
+  return stream >> number ? number : otherwise;
+}
+
+FrontLimits limits_here() {
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  const long descriptors = static_cast<long>(std::min<rlim_t>(files.rlim_max, 1 << 20));
+  return front_limits(descriptors, read_number("/proc/sys/net/core/somaxconn", 128));
+}
+
+void write_file(const std::string& path, const std::string& text) {
+  std::ofstream stream;
+  stream.exceptions(std::ios::failbit | std::ios::badbit);
+  stream.open(path, std::ios::binary);
+  stream << text;
+  stream.close();
+}
+
+}  // namespace
+
+std::string worker_socket(const std::string& directory) { return directory + "/" + kSocketName; }
+
+FrontLimits front_limits(long descriptors, long backlog) {
+  constexpr long kDescriptors = 8192;
+  constexpr long kConnections = 4000;
+  constexpr long kReserve = 64;
+  const long usable = std::min(descriptors, kDescriptors);
+  const long connections = std::min({kConnections, usable / 2, backlog - kReserve});
+  return {static_cast<int>(usable), static_cast<int>(std::max(connections, 16L))};
+}
+
+std::string front_configuration(const FrontLimits& limits, int request_time) {
+  return kConfiguration + setting("    \"read-timeout\" => ", request_time + kSecondsAfterWorkers) +
+         "  )) )\n}\n" + setting("server.max-fds = ", limits.descriptors) +
+         setting("server.max-connections = ", limits.connections);
+}
+
+Front::Front(std::string directory, std::string pages, int listener, int request_time)
+    : directory_(std::move(directory)),
+      pages_(std::move(pages)),
+      listener_(listener),
+      request_time_(request_time) {}
+
+bool Front::prepare(std::string* error) {
+  namespace fs = std::filesystem;
+  try {
+    for (const char* name : {"files", "errors", "uploads"}) {
+      fs::create_directory(directory_ + "/" + name);
+    }
+    fs::remove(directory_ + "/files/static");
+    fs::create_symlink(fs::absolute(pages_) / "static", directory_ + "/files/static");
+    for (const int status : error_statuses()) {
+      write_file(directory_ + "/errors/" + std::to_string(status) + ".html",
+                 error_response(status).body);
+    }
+    write_file(directory_ + "/lighttpd.conf", front_configuration(limits_here(), request_time_));
+  } catch (const std::exception& fault) {
+    *error = "the web server's files cannot be written: " + std::string(fault.what());
+    return false;
+  }
+  return true;
+}
+
+bool Front::start(std::string* error) {
+  const std::string program = find_program("lighttpd");
+  if (program.empty()) {
+    *error = "lighttpd is not installed; install it (apt-get install lighttpd), or use --fastcgi";
+    return false;
+  }
+  int log[2];
+  if (!prepare(error)) {
+    return false;
+  }
+  if (pipe2(log, O_CLOEXEC) != 0 || (process_ = fork_child()) < 0) {
+    *error = "lighttpd cannot be started: " + std::string(strerror(errno));
+    return false;
+  }
+  if (process_ == 0) {
+    run(program, log[1]);
+  }
+  close(log[1]);
+  log_ = log[0];
+  fcntl(log_, F_SETFL, O_NONBLOCK);
+  serving_ = false;
+  return true;
+}
+
+// In a process group of its own Ctrl-C does not reach it: it is stopped in its turn.
+void Front::run(const std::string& program, int log) const {
+  setpgid(0, 0);
+  dup2(log, STDERR_FILENO);
+  dup2(log, STDOUT_FILENO);
+  pass_on_listener(listener_);
+  if (chdir(directory_.c_str()) == 0) {
+    run_program(program, {"-D", "-f", "lighttpd.conf"});
+  }
+  perror(program.c_str());
+  _exit(1);
+}
+
+// Its coming and going is told by platend itself.
+void Front::log_line(const std::string& line) {
+  const auto holds = [&](const char* text) { return line.find(text) != std::string::npos; };
+  const bool routine = holds("server started") || holds("server stopped") || holds("[note]");
+  serving_ = serving_ || holds("server started");
+  Log_Entry(routine ? LOG_LEVEL_TRACE : LOG_LEVEL_WARNING, kSource, 0, "%s", line.c_str());
+}
+
+void Front::read_log() {
+  char bytes[4096];
+  ssize_t count = 0;
+  while (log_ >= 0 && (count = read(log_, bytes, sizeof(bytes))) > 0) {
+    unfinished_line_.append(bytes, static_cast<size_t>(count));
+  }
+  size_t end = 0;
+  while ((end = unfinished_line_.find('\n')) != std::string::npos) {
+    log_line(unfinished_line_.substr(0, end));
+    unfinished_line_.erase(0, end + 1);
+  }
+}
+
+void Front::ended() {
+  read_log();
+  close(log_);
+  log_ = -1;
+  process_ = 0;
+}
+
+}  // namespace platen

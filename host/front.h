@@ -1,0 +1,70 @@
+// lighttpd in front of the workers: its configuration, its process, its log.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_FRONT_H_
+#define HOST_FRONT_H_
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace platen {
+
+// How many connections the front may hold: as many as its descriptors and the backlog allow, for a
+// connection that the workers' socket refuses would shut out all others for a second.
+struct FrontLimits {
+  int descriptors;
+  int connections;
+};
+
+// The limits for a process that may open `descriptors` files on a system whose listen backlog is at
+// most `backlog`.
+FrontLimits front_limits(long descriptors, long backlog);
+
+// lighttpd's configuration. Its paths are relative to the directory that Front prepares.
+std::string front_configuration(const FrontLimits& limits, int request_time);
+
+// The web server. One object at most; it does not end the process when it goes.
+class Front {
+ public:
+  // Serves HTTP on `listener` from `directory`, an empty private directory: the files below
+  // `pages`/static itself, all else by FastCGI from the socket worker_socket(`directory`).
+  Front(std::string directory, std::string pages, int listener, int request_time);
+
+  // Writes what lighttpd needs into the directory and starts it. Returns false and sets `error`
+  // when it is not installed or cannot be started.
+  bool start(std::string* error);
+
+  // The process, 0 when there is none, and the descriptor that is readable when it has logged.
+  pid_t process() const { return process_; }
+  int log_descriptor() const { return log_; }
+
+  // Passes what it has logged on to the log.
+  void read_log();
+
+  // Whether it has told that it serves.
+  bool serving() const { return serving_; }
+
+  // Notes that the process is gone.
+  void ended();
+
+ private:
+  bool prepare(std::string* error);
+  void log_line(const std::string& line);
+  [[noreturn]] void run(const std::string& program, int log) const;
+
+  std::string directory_;
+  std::string pages_;
+  int listener_;
+  int request_time_;
+  pid_t process_ = 0;
+  int log_ = -1;
+  std::string unfinished_line_;
+  bool serving_ = false;
+};
+
+// The socket in `directory` over which the front reaches the workers.
+std::string worker_socket(const std::string& directory);
+
+}  // namespace platen
+
+#endif  // HOST_FRONT_H_

@@ -1,0 +1,191 @@
+// platend: serves the pages of the device.
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+
+#include "device/configuration.h"
+#include "device/log.h"
+#include "device/paths.h"
+#include "device/phrases.h"
+#include "front.h"
+#include "listener.h"
+#include "options.h"
+#include "parser_module.h"
+#include "runtime_directory.h"
+#include "sandbox.h"
+#include "site.h"
+#include "supervisor.h"
+
+namespace platen {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFailed = 1;
+constexpr int kMisused = 2;
+
+int refuse(const std::string& error) {
+  fprintf(stderr, "platend: %s\n", error.c_str());
+  return kFailed;
+}
+
+// Prints every fault of the pages; false when there is one.
+bool pages_are_sound(const Options& options, FILE* stream) {
+  std::error_code fault;
+  fs::directory_iterator(options.pages, fault);
+  if (fault) {
+    refuse("the pages in " + options.pages + " cannot be read: " + fault.message() +
+           "; choose their directory with --pages");
+    return false;
+  }
+  const auto faults = Site(options.pages, nullptr).check();
+  for (const std::string& line : faults) {
+    fprintf(stream, "%s\n", line.c_str());
+  }
+  return faults.empty();
+}
+
+// The workers' socket or the web server's, whichever the world talks to.
+int open_listener(const Options& options, std::string* error) {
+  if (take_inherited_listener()) {
+    return kInheritedListener;
+  }
+  return options.fastcgi.empty() ? listen_tcp(options.address, options.port, error)
+                                 : listen_unix(options.fastcgi, error);
+}
+
+// Everything that platend and its children write to standard error from now on goes to the file.
+bool redirect_log(const std::string& file, std::string* error) {
+  const int log = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+  if (log < 0 || dup2(log, STDERR_FILENO) < 0) {
+    *error = "the log file " + file + " cannot be written: " + strerror(errno) +
+             "; choose another with --log-file";
+    return false;
+  }
+  close(log);
+  return true;
+}
+
+bool open_device(const Options& options, std::string* error) {
+  std::error_code fault;
+  fs::create_directories(options.state, fault);
+  if (fault) {
+    *error = "the directory " + options.state + " cannot be made: " + fault.message() +
+             "; choose another with --state";
+    return false;
+  }
+  return load_phrases(options.settings + "/phrases", error) &&
+         load_paths(options.settings + "/paths.txt", fs::path(options.settings).parent_path(),
+                    error) &&
+         open_configuration(options.state + "/configuration.db", error);
+}
+
+// The same program again, with absolute paths and without what has been done outside.
+int serve_in_sandbox(const Options& options, const ParserModule& module, int listener) {
+  Options inner = options;
+  inner.data.clear();
+  inner.log_file.clear();
+  for (std::string* path : {&inner.pages, &inner.module, &inner.settings, &inner.state}) {
+    *path = fs::absolute(*path).lexically_normal();
+  }
+  const std::string program = fs::read_symlink("/proc/self/exe");
+  const std::string data = fs::canonical(options.data);
+  return run_sandboxed(data,
+                       {program,
+                        option_arguments(inner),
+                        {program, inner.module, fs::canonical(module.store_file()), inner.pages},
+                        listener});
+}
+
+int serve_behind(const Options& options, Site* site, int listener) {
+  fcntl(listener, F_SETFL, O_NONBLOCK);
+  return Supervisor(options, site, listener, nullptr, "Platen serves FastCGI on " + options.fastcgi)
+      .run();
+}
+
+int serve_http(const Options& options, Site* site, int listener) {
+  std::string error;
+  RuntimeDirectory directory;
+  int workers_listener = -1;
+  if (!directory.make(&error) ||
+      (workers_listener = listen_unix(worker_socket(directory.path()), &error)) < 0) {
+    return refuse(error);
+  }
+  fcntl(workers_listener, F_SETFL, O_NONBLOCK);
+  Front front(directory.path(), options.pages, listener, options.request_time);
+  return Supervisor(options, site, workers_listener, &front,
+                    "Platen serves " + listener_url(listener))
+      .run();
+}
+
+int serve_here(const Options& options, const ParserModule& module, int listener) {
+  std::string error;
+  if (!open_device(options, &error)) {
+    return refuse(error);
+  }
+  module.init();
+  Site site(options.pages, &module);
+  return options.fastcgi.empty() ? serve_http(options, &site, listener)
+                                 : serve_behind(options, &site, listener);
+}
+
+int serve(const Options& options) {
+  std::string error;
+  ParserModule module;
+  if (!module.load(options.module, &error) ||
+      (!options.data.empty() && !prepare_data(fs::absolute(options.data), &error))) {
+    return refuse(error);
+  }
+  if (!pages_are_sound(options, stderr)) {
+    return kFailed;
+  }
+  const int listener = open_listener(options, &error);
+  if (listener < 0 || (!options.log_file.empty() && !redirect_log(options.log_file, &error)) ||
+      !open_log({options.log_level, ""}, &error)) {
+    return refuse(error);
+  }
+  const int status = options.data.empty() ? serve_here(options, module, listener)
+                                          : serve_in_sandbox(options, module, listener);
+  if (!options.fastcgi.empty()) {
+    unlink(options.fastcgi.c_str());
+  }
+  return status;
+}
+
+int run(const std::vector<std::string>& arguments) {
+  Options options;
+  std::string error;
+  if (!parse_options(arguments, &options, &error)) {
+    fprintf(stderr, "platend: %s\nplatend --help tells the options.\n", error.c_str());
+    return kMisused;
+  }
+  if (options.help) {
+    fputs(help_text().c_str(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    puts("platend " PLATEN_VERSION);
+    return 0;
+  }
+  if (options.check) {
+    return pages_are_sound(options, stdout) ? 0 : kFailed;
+  }
+  return serve(options);
+}
+
+}  // namespace
+}  // namespace platen
+
+int main(int argc, char** argv) {
+  try {
+    return platen::run({argv + 1, argv + argc});
+  } catch (const std::exception& fault) {
+    return platen::refuse(fault.what());
+  }
+}

@@ -1,0 +1,36 @@
+// The sandbox that maps the device's fixed paths onto one data directory.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_SANDBOX_H_
+#define HOST_SANDBOX_H_
+
+#include <string>
+#include <vector>
+
+namespace platen {
+
+// What is to be run in the sandbox.
+struct SandboxedProgram {
+  std::string program;                 // absolute path
+  std::vector<std::string> arguments;  // after the program's name
+  std::vector<std::string> files;      // absolute paths that must be visible, read-only
+  int listener;                        // becomes its inherited listener
+};
+
+// Makes the parts of a device tree in `data` that are missing (pool, tarn, spool, state). Returns
+// false and sets `error` to a sentence naming the directory when it does not exist, may not be
+// written, or lies above or below one of the device's own paths. `data` is absolute.
+bool prepare_data(const std::string& data, std::string* error);
+
+// bubblewrap's arguments: an empty root with the system's directories read-only, /tmp and /var
+// fresh, `data` at its own path and its parts at the device's paths, and the program's files.
+std::vector<std::string> sandbox_arguments(const std::string& data,
+                                           const SandboxedProgram& program);
+
+// Runs the program in the sandbox, passing SIGINT, SIGTERM and SIGHUP on to it, until it ends.
+// Returns its exit status, or 1 after a message on standard error when there is no sandbox to be
+// had.
+int run_sandboxed(const std::string& data, const SandboxedProgram& program);
+
+}  // namespace platen
+
+#endif  // HOST_SANDBOX_H_

@@ -1,0 +1,274 @@
+// The loop that starts, watches, replaces and stops the processes.
+// SPDX-License-Identifier: MIT
+#include "supervisor.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "last_answer.h"
+#include "platform/log.h"
+#include "process.h"
+#include "worker.h"
+
+namespace platen {
+namespace {
+
+constexpr const char* kSource = "supervisor.cpp";
+constexpr int kTickMs = 200;        // how often late requests are looked for
+constexpr int64_t kGraceMs = 1000;  // from the signal that ends a late request to SIGKILL
+constexpr int64_t kStopMs = 5000;   // for each step of a stop
+
+WorkerState* share_states(size_t count) {
+  void* memory = mmap(nullptr, count * sizeof(WorkerState), PROT_READ | PROT_WRITE,
+                      MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) {
+    throw std::bad_alloc();
+  }
+  return new (memory) WorkerState[count];
+}
+
+sigset_t handled_signals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {
+    sigaddset(&set, signal);
+  }
+  return set;
+}
+
+}  // namespace
+
+bool RateLimit::allows(int64_t now) {
+  if (count_ == times_.size() && now - times_[next_] < 1000) {
+    return false;
+  }
+  times_[next_] = now;
+  next_ = (next_ + 1) % times_.size();
+  count_ = std::min(count_ + 1, times_.size());
+  return true;
+}
+
+Supervisor::Supervisor(const Options& options, Site* site, int listener, Front* front,
+                       std::string greeting)
+    : options_(options),
+      site_(site),
+      listener_(listener),
+      front_(front),
+      greeting_(std::move(greeting)),
+      workers_(static_cast<size_t>(options.workers)),
+      states_(share_states(workers_.size())) {
+  const sigset_t set = handled_signals();
+  sigprocmask(SIG_BLOCK, &set, nullptr);
+  signals_ = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
+}
+
+Supervisor::~Supervisor() {
+  munmap(states_, workers_.size() * sizeof(WorkerState));
+  close(signals_);
+}
+
+int Supervisor::run() {
+  fill_workers();
+  if (front_ == nullptr) {
+    greet();
+  } else if (!start_front()) {
+    enter(Phase::killing);
+  }
+  while (any_worker() || (front_ != nullptr && front_->process() != 0)) {
+    wait_for_event();
+    take_signals();
+    reap_children();
+    if (phase_ < Phase::draining_workers) {
+      fill_workers();
+    }
+    give_up_late_requests();
+    advance_stop();
+  }
+  return failed_ ? 1 : 0;
+}
+
+bool Supervisor::start_front() {
+  std::string error;
+  failed_ = !front_->start(&error);
+  if (failed_) {
+    fprintf(stderr, "platend: %s\n", error.c_str());
+  }
+  return !failed_;
+}
+
+void Supervisor::greet() {
+  if (!greeting_.empty()) {
+    puts(greeting_.c_str());
+    fflush(stdout);
+    greeting_.clear();
+  }
+}
+
+bool Supervisor::any_worker() const {
+  return std::ranges::any_of(workers_, [](const Worker& worker) { return worker.process != 0; });
+}
+
+void Supervisor::fill_workers() {
+  for (size_t i = 0; i < workers_.size(); ++i) {
+    if (workers_[i].process == 0 && starts_.allows(monotonic_ms())) {
+      start_worker(i);
+    }
+  }
+}
+
+// SIGTERM stays blocked from the first moment, so that none is lost before the worker listens to
+// it.
+void Supervisor::start_worker(size_t i) {
+  WorkerState* state = new (&states_[i]) WorkerState;
+  const pid_t process = fork_child({SIGTERM});
+  if (process < 0) {
+    Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "A worker cannot be started: %s",
+              strerror(errno));
+    return;
+  }
+  if (process == 0) {
+    close(signals_);
+    run_worker(listener_, options_, site_, state);
+    exit(0);
+  }
+  workers_[i] = {process, 0};
+}
+
+void Supervisor::wait_for_event() {
+  pollfd events[2] = {{signals_, POLLIN, 0}, {-1, POLLIN, 0}};
+  if (front_ != nullptr) {
+    events[1].fd = front_->log_descriptor();
+  }
+  poll(events, 2, kTickMs);
+  if (front_ != nullptr) {
+    front_->read_log();
+    if (front_->serving() && phase_ == Phase::serving) {
+      greet();
+    }
+  }
+}
+
+void Supervisor::take_signals() {
+  signalfd_siginfo info{};
+  while (read(signals_, &info, sizeof(info)) == sizeof(info)) {
+    if (info.ssi_signo != SIGCHLD) {
+      enter(phase_ == Phase::serving ? Phase::closing_front : Phase::killing);
+    }
+  }
+}
+
+void Supervisor::reap_children() {
+  int status = 0;
+  pid_t process = 0;
+  while ((process = waitpid(-1, &status, WNOHANG)) > 0) {
+    if (front_ != nullptr && process == front_->process()) {
+      front_ended(status);
+      continue;
+    }
+    const auto worker = std::ranges::find(workers_, process, &Worker::process);
+    if (worker != workers_.end()) {
+      worker_ended(static_cast<size_t>(worker - workers_.begin()), status);
+    }
+  }
+}
+
+void Supervisor::worker_ended(size_t i, int status) {
+  const WorkerState& state = states_[i];
+  const int64_t given_up = workers_[i].given_up;
+  const pid_t process = workers_[i].process;
+  workers_[i] = {};
+  if (state.busy_since == 0 && status == 0) {
+    Log_Entry(LOG_LEVEL_TRACE, kSource, __LINE__, "Worker %d has ended as planned.", process);
+    return;
+  }
+  const std::string cause =
+      given_up != 0 && given_up == state.busy_since
+          ? "more than " + std::to_string(options_.request_time) + " s, " + describe_end(status)
+          : describe_end(status);
+  const std::string work = state.busy_since == 0 ? "no request" : state.request;
+  Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "Worker %d has ended: %s, at work on: %s", process,
+            cause.c_str(), work.c_str());
+}
+
+void Supervisor::front_ended(int status) {
+  const bool served = front_->serving();
+  front_->ended();
+  if (phase_ != Phase::serving) {
+    return;
+  }
+  const std::string end = describe_end(status);
+  if (!served) {
+    fprintf(stderr, "platend: lighttpd ended before it served (%s); its messages are in the log\n",
+            end.c_str());
+    failed_ = true;
+    enter(Phase::killing);
+    return;
+  }
+  Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "lighttpd has ended (%s) and is started again.",
+            end.c_str());
+  if (!start_front()) {
+    enter(Phase::killing);
+  }
+}
+
+// The signal lets the worker answer its client; one that cannot is killed.
+void Supervisor::give_up_late_requests() {
+  const int64_t now = monotonic_ms();
+  const int64_t limit = int64_t{options_.request_time} * 1000;
+  for (size_t i = 0; i < workers_.size(); ++i) {
+    const int64_t start = states_[i].busy_since;
+    if (workers_[i].process == 0 || start == 0 || now - start <= limit) {
+      continue;
+    }
+    if (workers_[i].given_up != start) {
+      workers_[i].given_up = start;
+      kill(workers_[i].process, SIGALRM);
+    } else if (now - start > limit + kGraceMs) {
+      kill(workers_[i].process, SIGKILL);
+    }
+  }
+}
+
+void Supervisor::advance_stop() {
+  const bool late = phase_ != Phase::serving && monotonic_ms() > phase_deadline_;
+  if (phase_ == Phase::closing_front && (late || front_ == nullptr || front_->process() == 0)) {
+    enter(Phase::draining_workers);
+  } else if (phase_ == Phase::draining_workers && late) {
+    enter(Phase::killing);
+  }
+}
+
+// SIGINT lets lighttpd finish what it has begun; SIGTERM ends it.
+void Supervisor::enter(Phase phase) {
+  phase_ = phase;
+  const bool has_front = front_ != nullptr && front_->process() != 0;
+  const bool killing = phase == Phase::killing;
+  if (has_front) {
+    kill(front_->process(), killing ? SIGKILL : phase == Phase::closing_front ? SIGINT : SIGTERM);
+  }
+  if (phase != Phase::closing_front) {
+    signal_workers(killing ? SIGKILL : SIGTERM);
+  }
+  phase_deadline_ = monotonic_ms() + kStopMs;
+}
+
+void Supervisor::signal_workers(int signal) const {
+  for (const Worker& worker : workers_) {
+    if (worker.process != 0) {
+      kill(worker.process, signal);
+    }
+  }
+}
+
+}  // namespace platen

@@ -1,0 +1,86 @@
+// Keeps the workers and the web server running, and stops them.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_SUPERVISOR_H_
+#define HOST_SUPERVISOR_H_
+
+#include <sys/types.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "front.h"
+#include "options.h"
+#include "site.h"
+#include "worker_state.h"
+
+namespace platen {
+
+// Lets at most 50 events pass in any second.
+class RateLimit {
+ public:
+  // Returns whether one more may happen at `now` (milliseconds), and counts it if so.
+  bool allows(int64_t now);
+
+ private:
+  std::array<int64_t, 50> times_{};  // of the latest events, as a ring
+  size_t next_ = 0;
+  size_t count_ = 0;
+};
+
+// One object in a process. The listener of the workers stays open for as long as it runs, so that
+// no request is refused while a worker is replaced.
+class Supervisor {
+ public:
+  // `listener` is where the workers take requests; it must not block. `front` may be null; it is
+  // started. `greeting` is printed once everything serves.
+  Supervisor(const Options& options, Site* site, int listener, Front* front, std::string greeting);
+  ~Supervisor();
+  Supervisor(const Supervisor&) = delete;
+  Supervisor& operator=(const Supervisor&) = delete;
+
+  // Serves until SIGTERM, SIGINT or SIGHUP; then lets what is under way end within its time, and
+  // kills what does not. A second signal kills at once. Returns the exit status of the program: 0,
+  // or 1 after a message on standard error when the web server cannot be started. No child is left.
+  int run();
+
+ private:
+  struct Worker {
+    pid_t process = 0;
+    int64_t given_up = 0;  // busy_since of the request that has been given up
+  };
+  enum class Phase { serving, closing_front, draining_workers, killing };
+
+  bool start_front();
+  void fill_workers();
+  void start_worker(size_t i);
+  void wait_for_event();
+  void take_signals();
+  void reap_children();
+  void worker_ended(size_t i, int status);
+  void front_ended(int status);
+  void give_up_late_requests();
+  void advance_stop();
+  void enter(Phase phase);
+  void signal_workers(int signal) const;
+  void greet();
+  bool any_worker() const;
+
+  const Options& options_;
+  Site* site_;
+  int listener_;
+  Front* front_;
+  std::string greeting_;
+  int signals_ = -1;
+  std::vector<Worker> workers_;
+  WorkerState* states_;
+  RateLimit starts_;
+  Phase phase_ = Phase::serving;
+  int64_t phase_deadline_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace platen
+
+#endif  // HOST_SUPERVISOR_H_

@@ -1,0 +1,141 @@
+// The request loop over libfcgi.
+// SPDX-License-Identifier: MIT
+#include "worker.h"
+
+#include <fcgiapp.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "error_page.h"
+#include "fastcgi_response.h"
+#include "last_answer.h"
+#include "query.h"
+
+namespace platen {
+namespace {
+
+volatile sig_atomic_t stop_requested = 0;
+
+void request_stop(int) { stop_requested = 1; }
+
+// Waits for the next connection, the only place where SIGTERM is let through; -1 when it arrived.
+// The listener does not block: another worker may have taken the connection meanwhile.
+int accept_connection(int listener) {
+  sigset_t open_signals;
+  sigemptyset(&open_signals);
+  while (stop_requested == 0) {
+    pollfd waiting = {listener, POLLIN, 0};
+    if (ppoll(&waiting, 1, nullptr, &open_signals) > 0) {
+      const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+      if (connection >= 0) {
+        return connection;
+      }
+    }
+  }
+  return -1;
+}
+
+// A front that gave up while the request was queued has told its user so: it must not run.
+bool front_gave_up(int connection) {
+  pollfd peer = {connection, POLLRDHUP, 0};
+  return poll(&peer, 1, 0) > 0 && (peer.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
+}
+
+std::string parameter(const FCGX_Request& request, const char* name) {
+  const char* value = FCGX_GetParam(name, request.envp);
+  return value == nullptr ? "" : value;
+}
+
+// Reads the request to its end, so that the connection can be closed without losing the answer.
+void discard_body(FCGX_Request* request) {
+  char bytes[4096];
+  while (FCGX_GetStr(bytes, sizeof(bytes), request->in) > 0) {
+  }
+}
+
+void show_request(const Request& request, WorkerState* state) {
+  const std::string shown = request.method + " " + request.path;
+  const size_t length = shown.copy(state->request, sizeof(state->request) - 1);
+  state->request[length] = '\0';
+}
+
+Response answer(const FCGX_Request& fastcgi, Site* site, WorkerState* state) {
+  const std::string target = parameter(fastcgi, "REQUEST_URI");
+  const size_t question = target.find('?');
+  const std::string query = question == std::string::npos ? "" : target.substr(question + 1);
+  Request request;
+  request.method = parameter(fastcgi, "REQUEST_METHOD");
+  request.language = parameter(fastcgi, "HTTP_ACCEPT_LANGUAGE");
+  std::string fault;
+  if (!decode_path(target.substr(0, question), &request.path, &fault) ||
+      !decode_query(query, &request.query, &fault)) {
+    return error_response(400, fault, "Check the address.");
+  }
+  show_request(request, state);
+  if (request.method != "GET" && request.method != "HEAD") {
+    Response refusal = error_response(405);
+    refusal.headers.emplace_back("Allow", "GET, HEAD");
+    return refusal;
+  }
+  return site->serve(request);
+}
+
+// The request was read to its end, so the connection is closed without waiting for the front.
+void hand_over(FCGX_Request* request, const Response& response) {
+  const bool head = parameter(*request, "REQUEST_METHOD") == "HEAD";
+  const std::string text = cgi_text(response, head ? Body::omitted : Body::sent);
+  withdraw_last_answer();
+  FCGX_PutStr(text.data(), static_cast<int>(text.size()), request->out);
+  request->keepConnection = 0;
+  FCGX_Detach(request);
+  FCGX_Finish_r(request);
+}
+
+// Takes over an accepted connection and answers the request on it.
+void serve_connection(int connection, Site* site, WorkerState* state) {
+  FCGX_Request request;
+  FCGX_InitRequest(&request, -1, FCGI_FAIL_ACCEPT_ON_INTR);
+  request.ipcFd = connection;
+  promise_last_answer(connection, 1);
+  if (FCGX_Accept_r(&request) == 0) {
+    promise_last_answer(connection, request.requestId);
+    discard_body(&request);
+    if (!front_gave_up(connection)) {
+      hand_over(&request, answer(request, site, state));
+    }
+  }
+  withdraw_last_answer();
+  FCGX_Free(&request, 1);
+}
+
+void install_signals() {
+  struct sigaction action = {};
+  action.sa_handler = request_stop;
+  sigaction(SIGTERM, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGPIPE, &action, nullptr);
+}
+
+}  // namespace
+
+void run_worker(int listener, const Options& options, Site* site, WorkerState* state) {
+  FCGX_Init();
+  install_signals();
+  install_last_answer(state, int64_t{options.request_time} * 1000);
+  for (int served = 0; served < options.worker_requests; ++served) {
+    const int connection = accept_connection(listener);
+    if (connection < 0) {
+      return;
+    }
+    state->busy_since = monotonic_ms();
+    serve_connection(connection, site, state);
+    state->busy_since = 0;
+  }
+}
+
+}  // namespace platen
