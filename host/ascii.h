@@ -1,0 +1,16 @@
+// Classes of ASCII characters, whatever the locale.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_ASCII_H_
+#define HOST_ASCII_H_
+
+namespace platen {
+
+inline bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+
+inline bool is_letter_or_digit(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+}  // namespace platen
+
+#endif  // HOST_ASCII_H_
