@@ -25,12 +25,12 @@ constexpr const char* kSocketName = "workers.sock";
 
 // "static" below the document root is a link, so that no page's source can be asked for as a file.
 // An address is handed on as it was sent: what is wrong with it is told by a page.
-constexpr const char* kConfiguration = R"(server.document-root = "files"
+constexpr const char* kConfiguration = R"(server.document-root = env.DIRECTORY + "/files"
 server.systemd-socket-activation = "enable"
 server.tag = ""
 server.modules = ( "mod_setenv", "mod_fastcgi" )
-server.errorfile-prefix = "errors/"
-server.upload-dirs = ( "uploads" )
+server.errorfile-prefix = env.DIRECTORY + "/errors/"
+server.upload-dirs = ( env.DIRECTORY + "/uploads" )
 server.stream-request-body = 0
 server.max-request-size = 16384
 server.max-request-field-size = 16384
@@ -58,7 +58,7 @@ $HTTP["url"] =~ "^/static/" {
   )
 } else {
   fastcgi.server = ( "/" => ((
-    "socket" => "workers.sock",
+    "socket" => env.DIRECTORY + "/workers.sock",
     "check-local" => "disable",
     "disable-time" => 0,
     "connect-timeout" => 10,
@@ -168,9 +168,8 @@ void Front::run(const std::string& program, int log) const {
   dup2(log, STDERR_FILENO);
   dup2(log, STDOUT_FILENO);
   pass_on_listener(listener_);
-  if (chdir(directory_.c_str()) == 0) {
-    run_program(program, {"-D", "-f", "lighttpd.conf"});
-  }
+  setenv("DIRECTORY", directory_.c_str(), 1);
+  run_program(program, {"-D", "-f", directory_ + "/lighttpd.conf"});
   perror(program.c_str());
   _exit(1);
 }

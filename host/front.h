@@ -20,7 +20,8 @@ struct FrontLimits {
 // most `backlog`.
 FrontLimits front_limits(long descriptors, long backlog);
 
-// lighttpd's configuration. Its paths are relative to the directory that Front prepares.
+// lighttpd's configuration. It takes the directory that Front prepares from its environment, so
+// that no path needs quoting.
 std::string front_configuration(const FrontLimits& limits, int request_time);
 
 // The web server. One object at most; it does not end the process when it goes.

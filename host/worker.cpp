@@ -95,11 +95,13 @@ void hand_over(FCGX_Request* request, const Response& response) {
   FCGX_Finish_r(request);
 }
 
-// Takes over an accepted connection and answers the request on it.
+// Answers the request on an accepted connection. libfcgi takes the connection over because it looks
+// like one that was kept after an earlier request; without a listener it accepts no other.
 void serve_connection(int connection, Site* site, WorkerState* state) {
   FCGX_Request request;
   FCGX_InitRequest(&request, -1, FCGI_FAIL_ACCEPT_ON_INTR);
   request.ipcFd = connection;
+  request.keepConnection = 1;
   promise_last_answer(connection, 1);
   if (FCGX_Accept_r(&request) == 0) {
     promise_last_answer(connection, request.requestId);
