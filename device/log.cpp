@@ -1,15 +1,13 @@
-// The system log: where its lines go, which of them, and who else sees them.
+// The system log on standard error: which lines are recorded, and who else sees them.
 // SPDX-License-Identifier: MIT
 #include "device/log.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -21,15 +19,7 @@ namespace {
 
 constexpr char kSource[] = "log.cpp";
 
-struct Log {
-  int level = kDefaultLogLevel;
-  int descriptor = STDERR_FILENO;
-};
-
-Log& system_log() {
-  static Log log;
-  return log;
-}
+int log_level = kDefaultLogLevel;
 
 struct Observer {
   LogObserver call = nullptr;
@@ -106,29 +96,18 @@ void record(const LogLine& line) {
   std::string bytes = format_log_line(now, getpid(), line);
   ssize_t written = 0;
   do {
-    written = write(system_log().descriptor, bytes.data(), bytes.size());
+    written = write(STDERR_FILENO, bytes.data(), bytes.size());
   } while (written < 0 && errno == EINTR);
 }
 
 }  // namespace
 
-bool open_log(const LogSettings& settings, std::string* error) {
-  int descriptor = STDERR_FILENO;
-  if (!settings.file.empty()) {
-    descriptor = open(settings.file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
-    if (descriptor < 0) {
-      *error = settings.file + ": the log cannot be written: " + std::strerror(errno);
-      return false;
-    }
-  }
-  Log before = std::exchange(system_log(), {settings.level, descriptor});
-  if (before.descriptor != STDERR_FILENO) close(before.descriptor);
-  if (settings.level >= LOG_LEVEL_UPDATE) {
-    Log_Entry(LOG_LEVEL_WARNING, kSource, __LINE__,
-              "Log level %d records passwords; choose %d or less to keep them out of the log.",
-              settings.level, LOG_LEVEL_UPDATE - 1);
-  }
-  return true;
+void set_log_level(int level) {
+  log_level = level;
+  if (level < LOG_LEVEL_UPDATE) return;
+  Log_Entry(LOG_LEVEL_WARNING, kSource, __LINE__,
+            "Log level %d records passwords; choose %d or less to keep them out of the log.", level,
+            LOG_LEVEL_UPDATE - 1);
 }
 
 void set_log_observer(LogObserver observer, void* context) {
@@ -149,7 +128,7 @@ std::string format_log_line(const timespec& now, pid_t process, const LogLine& l
 }  // namespace platen
 
 void Log_Entry(int level, const char* source, int line, const char* format, ...) {
-  bool recorded = level <= platen::system_log().level;
+  bool recorded = level <= platen::log_level;
   if (!recorded && platen::current_observer.call == nullptr) return;
   int caller_errno = errno;
   va_list values;

@@ -1,4 +1,4 @@
-// The system log: where its lines go, which of them, and who else sees them.
+// The system log on standard error: which lines are recorded, and who else sees them.
 // SPDX-License-Identifier: MIT
 //
 // Log_Entry() itself is declared in platform/log.h. It preserves errno, may be called from several
@@ -20,13 +20,8 @@
 
 namespace platen {
 
-// The highest level that is recorded unless the settings say otherwise.
+// The highest level that is recorded before set_log_level() is called.
 inline constexpr int kDefaultLogLevel = 6;
-
-struct LogSettings {
-  int level = kDefaultLogLevel;  // lines above this level are not recorded
-  std::string file;              // appended to and created when missing; empty: standard error
-};
 
 // One entry as it was logged, before any escaping. Its views last for the observer's call only.
 struct LogLine {
@@ -40,10 +35,9 @@ struct LogLine {
 // logs itself is recorded, but not shown to it.
 using LogObserver = void (*)(void* context, const LogLine& line);
 
-// Applies the settings; before the first call the defaults hold. A level of 9 or more records the
-// passwords of update requests: the log then begins with a warning (level 5) that says so.
-// Returns false, sets `error` and changes nothing when the file cannot be opened for appending.
-bool open_log(const LogSettings& settings, std::string* error);
+// Records entries up to `level` from now on. A level of 9 or more records the passwords of update
+// requests: a warning (level 5) then says so in the log.
+void set_log_level(int level);
 
 // Sets the one observer of this thread; null ends the observing. `context` is handed to each call.
 void set_log_observer(LogObserver observer, void* context);

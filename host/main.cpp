@@ -126,6 +126,7 @@ int serve_http(const Options& options, Site* site, int listener) {
 
 int serve_here(const Options& options, const ParserModule& module, int listener) {
   std::string error;
+  set_log_level(options.log_level);
   if (!open_device(options, &error)) {
     return refuse(error);
   }
@@ -146,8 +147,7 @@ int serve(const Options& options) {
     return kFailed;
   }
   const int listener = open_listener(options, &error);
-  if (listener < 0 || (!options.log_file.empty() && !redirect_log(options.log_file, &error)) ||
-      !open_log({options.log_level, ""}, &error)) {
+  if (listener < 0 || (!options.log_file.empty() && !redirect_log(options.log_file, &error))) {
     return refuse(error);
   }
   const int status = options.data.empty() ? serve_here(options, module, listener)
