@@ -1,4 +1,5 @@
-/* The template store: pools of scan templates, and one open template. C interface of libtemplateWrapper.so. */
+/* The template store: pools of scan templates, and one open template. C interface of
+ * libtemplateWrapper.so. */
 /* SPDX-License-Identifier: MIT */
 #ifndef STORE_TEMPLATEWRAPPER_H_
 #define STORE_TEMPLATEWRAPPER_H_

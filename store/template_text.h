@@ -1,0 +1,47 @@
+// Names, types and values as they stand in a file, and the escapes that let them hold any byte.
+// SPDX-License-Identifier: MIT
+#ifndef STORE_TEMPLATE_TEXT_H_
+#define STORE_TEMPLATE_TEXT_H_
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace [[gnu::visibility("hidden")]] store {
+
+// A borrowed text: either plain, or as the file holds it, with at least one escape.
+struct Text {
+  const char* data = nullptr;
+  std::uint32_t size = 0;
+  bool escaped = false;
+
+  static Text plain(std::string_view text) {
+    return {text.data(), static_cast<std::uint32_t>(text.size()), false};
+  }
+  [[nodiscard]] std::string_view raw() const { return {data, size}; }
+  [[nodiscard]] const char* end() const { return data + size; }
+  [[nodiscard]] bool equals(std::string_view text) const {
+    return escaped ? equals_decoded(text)
+                   : size == text.size() && std::memcmp(data, text.data(), size) == 0;
+  }
+  // Writes the plain bytes to `out`, which has room for `size` of them; returns their end.
+  char* decode(char* out) const;
+  [[nodiscard]] std::string decoded() const;
+
+ private:
+  [[nodiscard]] bool equals_decoded(std::string_view text) const;
+};
+
+// Where a text stands; each place has bytes of its own that must be escaped there.
+enum class Place : std::uint8_t { kHeader, kAttribute, kType, kValue };
+
+// Appends `text` so that a reader gets the same bytes back; an escaped text is copied as it is.
+void append_encoded(std::string& out, const Text& text, Place place);
+
+// Returns the first escape in [begin, end) that means nothing, or null.
+const char* find_bad_escape(const char* begin, const char* end);
+
+}  // namespace gnu::visibility("hidden")]]store
+
+#endif  // STORE_TEMPLATE_TEXT_H_
