@@ -1,0 +1,27 @@
+// A request record with its form, for one test.
+// SPDX-License-Identifier: MIT
+#include "form.h"
+
+#include "loaded_module.h"
+
+Request::Request(Fields fields) : fields_(std::move(fields)) {
+  for (auto& [name, value] : fields_) {
+    FormEntry entry{};
+    entry.name = name.data();
+    entry.val = value.data();
+    entries_.push_back(entry);
+  }
+  record_.entries = entries_.data();
+  record_.num_entries = static_cast<int>(entries_.size());
+  record_.outfs = stdout;
+}
+
+// What a test leaves open is closed as the server closes it at the end of a request.
+Request::~Request() {
+  record_.outfs = nullptr;
+  parser().HTTP_Close_Parser_fn(&record_, Argument("FALSE"));
+}
+
+std::string padded(const std::string& start, std::size_t length) {
+  return start + std::string(length - start.size(), 'x');
+}
