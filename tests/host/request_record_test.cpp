@@ -1,0 +1,165 @@
+// Tests of the request record and of what adiprintf() makes of a function's prints.
+// SPDX-License-Identifier: MIT
+#include "request_record.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "platform/server.h"
+
+namespace platen {
+namespace {
+
+const ParserFunction& function(std::string_view name) { return *find_parser_function(name); }
+
+// A record with a stream in memory and one tag.
+class Printing {
+ public:
+  Printing(std::string_view name, Format format) : tag_(function(name), format), record_({}, "") {
+    record_.outfs = ::open_memstream(&text_, &size_);
+    record_.tag = &tag_;
+  }
+  ~Printing() {
+    std::fclose(record_.outfs);
+    std::free(text_);
+  }
+  Printing(const Printing&) = delete;
+  Printing& operator=(const Printing&) = delete;
+
+  RequestRecord* record() { return &record_; }
+  const TagOutput& tag() const { return tag_; }
+  std::string text() {
+    std::fflush(record_.outfs);
+    return {text_, size_};
+  }
+
+ private:
+  char* text_ = nullptr;
+  size_t size_ = 0;
+  TagOutput tag_;
+  RequestRecord record_;
+};
+
+TEST(ParserFunctions, HasNoNameTwice) {
+  for (const ParserFunction& row : parser_functions()) {
+    EXPECT_EQ(find_parser_function(row.name), &row) << row.name;
+  }
+  EXPECT_EQ(find_parser_function("HTTP_Parser_Unknown_fn"), nullptr);
+}
+
+TEST(ParserFunctions, ListsAsManyValuesAsAFormatHasConversions) {
+  for (const ParserFunction& row : parser_functions()) {
+    for (const Print& print : row.prints) {
+      size_t conversions = 0;
+      for (size_t at = print.format.find('%'); at != std::string_view::npos;
+           at = print.format.find('%', at + 1)) {
+        EXPECT_EQ(print.format.substr(at, 2), "%s") << row.name;
+        ++conversions;
+      }
+      EXPECT_EQ(conversions, print.values.size()) << row.name << ": " << print.format;
+    }
+  }
+}
+
+TEST(ParserFunctions, PrintsNothingExactlyWhereNothingMayStand) {
+  for (const ParserFunction& row : parser_functions()) {
+    EXPECT_EQ(row.places == 0, row.prints.empty()) << row.name;
+  }
+}
+
+TEST(Adiprintf, EscapesValuesAndSeparatorsForHtmlAndReturnsTheBytes) {
+  Printing printing("HTTP_Parser_Get_fn", Format::html);
+  EXPECT_EQ(adiprintf(printing.record(), "%s", "a<b"), 6);
+  EXPECT_EQ(adiprintf(printing.record(), "%s%s", ",", "\"c\""), 14);
+  EXPECT_EQ(printing.text(), "a&lt;b,&quot;c&quot;");
+  EXPECT_EQ(printing.tag().finish(), "");
+}
+
+TEST(Adiprintf, KeepsTheFormatAsPageText) {
+  Printing printing("HTTP_Close_Parser_fn", Format::html);
+  adiprintf(printing.record(), "<input type=\"hidden\" name=\"%s\" value=\"%s\">", "Field",
+            "/tmp/\"x\"><b>.KTP");
+  EXPECT_EQ(printing.text(),
+            "<input type=\"hidden\" name=\"Field\" value=\"/tmp/&quot;x&quot;&gt;&lt;b&gt;.KTP\">");
+}
+
+TEST(Adiprintf, EscapesNothingTwiceForScripts) {
+  Printing printing("HTTP_Parser_JS_Get_fn", Format::js);
+  adiprintf(printing.record(), "%s", "a\\'b\\/<");
+  adiprintf(printing.record(), "%s%s", ",", "c/\\\\`");
+  EXPECT_EQ(printing.text(), "a\\'b\\/\\x3C,c/\\\\\\`");
+}
+
+TEST(Adiprintf, GathersItemsForJsonWithoutSeparatorsAndEscapes) {
+  Printing printing("HTTP_Parser_JS_Get_fn", Format::json);
+  EXPECT_EQ(adiprintf(printing.record(), "%s", "a\\'b"), 0);
+  EXPECT_EQ(adiprintf(printing.record(), "%s%s", ",", "c,\\\"d</"), 0);
+  EXPECT_EQ(printing.text(), "");
+  EXPECT_EQ(printing.tag().finish(), R"(["a'b","c,\"d\u003C/"])");
+}
+
+TEST(Adiprintf, PrintsAnEmptyArrayWhereNothingWasPrinted) {
+  Printing printing("HTTP_Parser_Get_fn", Format::json);
+  EXPECT_EQ(printing.tag().finish(), "[]");
+}
+
+TEST(Adiprintf, DropsSeparatorsThatStandInFormatsFromJson) {
+  Printing names("HTTP_Parser_List_fn", Format::json);
+  adiprintf(names.record(), "%s", "a b.KTP");
+  adiprintf(names.record(), " %s", "x\\\\y\\\".KTP");
+  EXPECT_EQ(names.tag().finish(), R"(["a b.KTP","x\\y\".KTP"])");
+  Printing invocations("HTTP_Parser_List_Invocations_fn", Format::json);
+  adiprintf(invocations.record(), "%s", "a,b");
+  adiprintf(invocations.record(), ",");
+  adiprintf(invocations.record(), "%s", "c");
+  EXPECT_EQ(invocations.tag().finish(), R"(["a,b","c"])");
+}
+
+TEST(Adiprintf, TakesANullValueForAnEmptyOne) {
+  Printing printing("HTTP_Parser_Get_fn", Format::html);
+  const char* nothing = nullptr;
+  EXPECT_EQ(adiprintf(printing.record(), "%s%s", ",", nothing), 1);
+  EXPECT_EQ(printing.text(), ",");
+}
+
+TEST(Adiprintf, RefusesAFormatThatTheFunctionIsNotKnownToPrint) {
+  Printing printing("HTTP_Parser_Get_fn", Format::html);
+  EXPECT_EQ(adiprintf(printing.record(), "<b>%s</b>", "x"), -1);
+  EXPECT_EQ(printing.text(), "");
+  EXPECT_EQ(printing.tag().fault(),
+            "HTTP_Parser_Get_fn printed with the unknown format \"<b>%s</b>\"");
+}
+
+TEST(Adiprintf, FailsWithoutARecordAStreamOrATag) {
+  EXPECT_EQ(adiprintf(nullptr, "%s", "x"), -1);
+  RequestRecord record({}, "");
+  EXPECT_EQ(adiprintf(&record, "%s", "x"), -1);
+  TagOutput tag(function("HTTP_Parser_Get_fn"), Format::html);
+  record.tag = &tag;
+  EXPECT_EQ(adiprintf(&record, "%s", "x"), -1);
+}
+
+TEST(RequestRecord, HoldsTheFieldsInOrderInBlocksOfTheirOwn) {
+  RequestRecord record({{"a", "1"}, {"b", ""}, {"a", "2"}}, "de-de");
+  ASSERT_EQ(record.num_entries, 3);
+  EXPECT_STREQ(record.entries[0].name, "a");
+  EXPECT_STREQ(record.entries[0].val, "1");
+  EXPECT_STREQ(record.entries[1].val, "");
+  EXPECT_STREQ(record.entries[2].val, "2");
+  EXPECT_STREQ(record.preferredLang, "de-de");
+  EXPECT_STREQ(record.Reason, "");
+  EXPECT_EQ(record.parserTemplate, nullptr);
+  EXPECT_EQ(record.outfs, nullptr);
+  EXPECT_EQ(record.loginName, nullptr);
+  std::free(record.entries[1].val);  // as a handler that sets a new value does
+  record.entries[1].val = ::strdup("longer than before");
+}
+
+TEST(RequestRecord, CutsALanguageThatDoesNotFit) {
+  RequestRecord record({}, std::string(300, 'x'));
+  EXPECT_EQ(std::strlen(record.preferredLang), sizeof record.preferredLang - 1);
+}
+
+}  // namespace
+}  // namespace platen
