@@ -163,6 +163,7 @@ void Supervisor::take_signals() {
   signalfd_siginfo info{};
   while (read(signals_, &info, sizeof(info)) == sizeof(info)) {
     if (info.ssi_signo != SIGCHLD) {
+      Log_Entry(LOG_LEVEL_NOTICE, kSource, __LINE__, "Stopping on signal %u.", info.ssi_signo);
       enter(phase_ == Phase::serving ? Phase::closing_front : Phase::killing);
     }
   }

@@ -1,0 +1,83 @@
+// The parser module with one function that fails on demand: its argument's first word chooses how.
+// SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+// The module's own function has another name in this build; this file has the usual one.
+#include "http_parser.h"
+#undef HTTP_Parser_Get_fn
+
+namespace {
+
+// A named pipe of the test: opening it waits for the test, and tells the test that it has come
+// here.
+constexpr const char* kGate = "/var/spool/nc/gate";
+constexpr const char* kMark = "/var/spool/nc/mark";
+
+volatile bool deeper = true;
+
+// The array makes the stack overflow soon; its use after the call keeps the call a call.
+int overflow(int depth) {
+  volatile char frame[4096];
+  frame[0] = static_cast<char>(depth);
+  return deeper ? overflow(depth + 1) + frame[0] : 0;
+}
+
+[[noreturn]] void wait_for_ever() {
+  for (;;) {
+    pause();
+  }
+}
+
+void fail_exit() { exit(1); }
+void fail_die() { _exit(7); }
+void fail_abort() { abort(); }
+void fail_segv() { raise(SIGSEGV); }
+void fail_overflow() { overflow(0); }
+void fail_kill() { raise(SIGKILL); }
+void fail_hang() { wait_for_ever(); }
+
+void fail_deaf() {
+  sigset_t all;
+  sigfillset(&all);
+  sigprocmask(SIG_BLOCK, &all, nullptr);
+  wait_for_ever();
+}
+
+void pass_gate() {
+  const int gate = open(kGate, O_RDONLY | O_CLOEXEC);
+  char byte = 0;
+  while (read(gate, &byte, 1) > 0) {
+  }
+  close(gate);
+}
+
+void leave_mark() { close(open(kMark, O_WRONLY | O_CREAT | O_CLOEXEC, 0600)); }
+
+struct Fault {
+  const char* word;
+  void (*happen)();
+};
+
+constexpr Fault kFaults[] = {
+    {"exit", fail_exit},         {"die", fail_die},   {"abort", fail_abort}, {"segv", fail_segv},
+    {"overflow", fail_overflow}, {"kill", fail_kill}, {"hang", fail_hang},   {"deaf", fail_deaf},
+    {"gate", pass_gate},         {"mark", leave_mark}};
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void HTTP_Parser_Get_fn(QVN_AppData* udata,
+                                                                          char* arg) {
+  for (const Fault& fault : kFaults) {
+    const size_t length = strlen(fault.word);
+    if (arg != nullptr && strncmp(arg, fault.word, length) == 0 && arg[length] == ' ') {
+      fault.happen();
+      return;
+    }
+  }
+  real_HTTP_Parser_Get_fn(udata, arg);
+}

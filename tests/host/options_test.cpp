@@ -1,0 +1,95 @@
+// The command line of platend.
+// SPDX-License-Identifier: MIT
+#include "options.h"
+
+#include <gtest/gtest.h>
+
+namespace platen {
+namespace {
+
+std::string fault_of(const std::vector<std::string>& arguments) {
+  Options options;
+  std::string error;
+  return parse_options(arguments, &options, &error) ? "" : error;
+}
+
+Options parsed(const std::vector<std::string>& arguments) {
+  Options options;
+  std::string error;
+  EXPECT_TRUE(parse_options(arguments, &options, &error)) << error;
+  return options;
+}
+
+TEST(Options, HaveDefaults) {
+  const Options options = parsed({});
+  EXPECT_EQ(options.address, "127.0.0.1");
+  EXPECT_EQ(options.port, 8080);
+  EXPECT_EQ(options.workers, 2);
+  EXPECT_EQ(options.settings, "/etc/platen");
+  EXPECT_EQ(options.state, "/var/lib/platen");
+  EXPECT_EQ(options.log_level, 6);
+}
+
+TEST(Options, TakeValuesInBothForms) {
+  const Options options = parsed({"--port", "9000", "--pages=my=pages", "--check"});
+  EXPECT_EQ(options.port, 9000);
+  EXPECT_EQ(options.pages, "my=pages");
+  EXPECT_TRUE(options.check);
+}
+
+TEST(Options, TakeTheLastOfSeveral) { EXPECT_EQ(parsed({"--port=1", "--port=2"}).port, 2); }
+
+TEST(Options, PutSettingsAndStateBelowTheDataDirectory) {
+  EXPECT_EQ(parsed({"--data", "d"}).settings, "d/etc");
+  EXPECT_EQ(parsed({"--data", "d"}).state, "d/state");
+  EXPECT_EQ(parsed({"--data", "d", "--state", "s"}).state, "s");
+}
+
+TEST(Options, AreNamedWhenTheyAreWrong) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::string fault;
+  } rows[] = {
+      {{"--prot", "1"}, "there is no option \"--prot\""},
+      {{"data"}, "there is no option \"data\""},
+      {{"-h"}, "there is no option \"-h\""},
+      {{""}, "there is no option \"\""},
+      {{"--port"}, "--port needs a value (N)"},
+      {{"--data="}, "--data needs a value (DIR)"},
+      {{"--data", ""}, "--data needs a value (DIR)"},
+      {{"--check=1"}, "--check takes no value"},
+      {{"--port", "65536"}, "--port takes a number from 0 to 65535, not \"65536\""},
+      {{"--port", "-1"}, "--port takes a number from 0 to 65535, not \"-1\""},
+      {{"--port", "80x"}, "--port takes a number from 0 to 65535, not \"80x\""},
+      {{"--port", "99999999999999"},
+       "--port takes a number from 0 to 65535, not \"99999999999999\""},
+      {{"--workers", "0"}, "--workers takes a number from 1 to 256, not \"0\""},
+      {{"--request-time", "0.5"}, "--request-time takes a number from 1 to 3600, not \"0.5\""},
+      {{"--fastcgi", "s", "--port", "1"},
+       "--fastcgi starts no web server, so it goes with neither --port nor --address"},
+      {{"--address", "::1", "--fastcgi", "s"},
+       "--fastcgi starts no web server, so it goes with neither --port nor --address"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(fault_of(row.arguments), row.fault);
+  }
+}
+
+TEST(Options, AreReadBackFromTheirArguments) {
+  const Options options = parsed({"--port=7", "--pages=p q", "--data=d", "--workers=9", "--check"});
+  const auto arguments = option_arguments(options);
+  EXPECT_EQ(option_arguments(parsed(arguments)), arguments);
+  EXPECT_EQ(parsed(arguments).pages, "p q");
+  EXPECT_TRUE(parsed(arguments).check);
+}
+
+TEST(Options, AreAllExplainedInTheHelp) {
+  const std::string help = help_text();
+  for (const std::string& argument : option_arguments(parsed({"--data=d", "--log-file=l"}))) {
+    const std::string name = "\n  " + argument.substr(0, argument.find('=')) + " ";
+    EXPECT_NE(help.find(name), std::string::npos) << name;
+  }
+}
+
+}  // namespace
+}  // namespace platen

@@ -1,0 +1,131 @@
+// Starts platend for a test, in a directory of its own, and stops it.
+// SPDX-License-Identifier: MIT
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import fs from 'node:fs';
+import http from 'node:http';
+import os from 'node:os';
+import path from 'node:path';
+
+export const build = process.env.PLATEN_BUILD;
+export const source = process.env.PLATEN_SOURCE;
+export const program = path.join(build, 'host/platend');
+export const faultModule = path.join(build, 'tests/host/libfault_module.so');
+
+/** A temporary directory that goes with the test `t`. */
+export function temporaryDirectory(t) {
+  const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'platen-test-'));
+  t.after(() => fs.rmSync(directory, { recursive: true, force: true }));
+  return directory;
+}
+
+/** Writes `files` ({name: text}) below `directory`, which is made. */
+export function writeFiles(directory, files) {
+  fs.mkdirSync(directory, { recursive: true });
+  for (const [name, text] of Object.entries(files)) {
+    fs.mkdirSync(path.dirname(path.join(directory, name)), { recursive: true });
+    fs.writeFileSync(path.join(directory, name), text);
+  }
+}
+
+/** Makes a device tree with one phrase and no templates. */
+export function emptyDevice(directory) {
+  writeFiles(directory, {
+    'etc/phrases/en-us.txt': '9998?\ten-us\n',
+    'etc/paths.txt': '# none\n',
+  });
+  return directory;
+}
+
+/** Runs a program to its end. Returns its exit code, the signal that ended it, and its output. */
+export async function run(command, args, options = {}) {
+  const child = spawn(command, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options });
+  const output = { stdout: '', stderr: '' };
+  for (const name of ['stdout', 'stderr']) {
+    child[name].setEncoding('utf8').on('data', (text) => (output[name] += text));
+  }
+  const [code, signal] = await once(child, 'close');
+  return { code, signal, ...output };
+}
+
+/** A platend that serves; made by startPlatend(). */
+class Platend {
+  constructor(args, options) {
+    this.child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options });
+    this.log = '';
+    this.output = '';
+    this.closed = once(this.child, 'close');
+    this.waiting = [];
+    this.child.stderr.setEncoding('utf8').on('data', (text) => {
+      this.log += text;
+      this.waiting.forEach((check) => check());
+    });
+    this.child.stdout.setEncoding('utf8').on('data', (text) => (this.output += text));
+  }
+
+  /** Waits for the line with the address; throws what platend says when it ends instead. */
+  async serving() {
+    while (!this.output.includes('\n')) {
+      await Promise.race([once(this.child.stdout, 'data'), this.closed]);
+      if (this.child.exitCode !== null) throw new Error(`platend has ended: ${this.log}`);
+    }
+    this.address = this.output.match(/^Platen serves (?:FastCGI on )?(.*)\n$/)[1];
+  }
+
+  /** Waits until the log holds a match of `pattern`. */
+  logged(pattern) {
+    return new Promise((resolve) => {
+      const check = () => pattern.test(this.log) && resolve();
+      this.waiting.push(check);
+      check();
+    });
+  }
+
+  /** Asks for a page; resolves to {status, headers, body}. */
+  get(target, options = {}) {
+    return request(this.address, target, options);
+  }
+
+  /** Ends it with the signal and resolves to its exit code. */
+  async stop(signal = 'SIGTERM') {
+    if (this.child.exitCode === null && this.child.signalCode === null) this.child.kill(signal);
+    return (await this.closed)[0];
+  }
+}
+
+/** Asks the server at `address` for `target`; resolves to {status, headers, body}. */
+export function request(address, target, { method = 'GET', agent, headers, body } = {}) {
+  const { hostname, port } = new URL(address);
+  return new Promise((resolve, reject) => {
+    const asked = http.request({ hostname, port, path: target, method, agent, headers }, (answer) => {
+      let text = '';
+      answer.setEncoding('utf8').on('data', (piece) => (text += piece));
+      answer.on('error', reject);
+      answer.on('end', () =>
+        resolve({ status: answer.statusCode, headers: answer.headers, body: text }),
+      );
+    });
+    asked.on('error', reject);
+    asked.end(body);
+  });
+}
+
+/**
+ * Starts platend for the test `t` and waits until it serves. `pages` is a directory or {name: text};
+ * `data` a device tree, an empty one if missing; `args` are further options, `options` those of
+ * spawn(). It is stopped when the test ends.
+ */
+export async function startPlatend(t, { pages, data, args = [], options = {} } = {}) {
+  const directory = temporaryDirectory(t);
+  const pageDirectory = typeof pages === 'string' ? pages : path.join(directory, 'pages');
+  if (typeof pages === 'object') writeFiles(pageDirectory, pages);
+  const device = data ?? emptyDevice(path.join(directory, 'data'));
+  const all = ['--data', device, '--pages', pageDirectory];
+  if (!args.includes('--fastcgi')) all.push('--port', '0');
+  const platend = new Platend([...all, ...args], options);
+  t.after(() => platend.stop('SIGTERM'));
+  await platend.serving();
+  platend.data = device;
+  platend.pages = pageDirectory;
+  return platend;
+}
