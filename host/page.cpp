@@ -112,6 +112,8 @@ auto fault_order(const Fault& fault) {
   return std::tie(fault.at.file, fault.at.line, fault.at.column);
 }
 
+bool same_text(const Fault& a, const Fault& b) { return fault_text(a) == fault_text(b); }
+
 }  // namespace
 
 PageFile find_page_file(const std::string& root, std::string_view name) {
@@ -135,8 +137,8 @@ Page load_page(const std::string& root, const std::string& name) {
   Page page = PageReader(root).read(name);
   if (page.faults.empty()) check_page(name, &page);
   std::ranges::stable_sort(page.faults, {}, fault_order);
-  const auto repeated = std::ranges::unique(page.faults, {}, fault_text);
-  page.faults.erase(repeated.begin(), repeated.end());
+  page.faults.erase(std::unique(page.faults.begin(), page.faults.end(), same_text),
+                    page.faults.end());
   return page;
 }
 
