@@ -27,10 +27,10 @@ struct AuditEntry {
 
 // Each text that is not empty must be equal.
 struct AuditFilter {
-  std::string login;
-  std::string address;
-  std::string action;
-  std::string object;
+  std::string login = "";
+  std::string address = "";
+  std::string action = "";
+  std::string object = "";
   int limit = 100;
 };
 
