@@ -21,13 +21,13 @@ class ModuleCalls : public testing::Test {
     journal().clear();
   }
   void TearDown() override { release_scripted_values(); }
-
-  // Opens a template as a page does, and forgets what that took.
-  static void open(Request& request, const std::string& path = "/tmp/template/pool/a.KTP") {
-    parser().HTTP_Open_Parser_fn(request.record(), Argument(path));
-    journal().clear();
-  }
 };
+
+// Opens a template as a page does, and forgets what that took.
+inline void open(Request& request, const std::string& path = "/tmp/template/pool/a.KTP") {
+  parser().HTTP_Open_Parser_fn(request.record(), Argument(path));
+  journal().clear();
+}
 
 // A null request record: the function enters, tells `text` and ends the process; there is no EXIT.
 #define EXPECT_FATAL(statement, logs) \

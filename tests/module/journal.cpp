@@ -30,6 +30,7 @@ Journal& journal() {
 }
 
 void Journal::add(const std::string& line) {
+  if (paused_) return;
   lines_.push_back(line);
   if (echo_) std::fprintf(stderr, "%s\n", line.c_str());
 }
