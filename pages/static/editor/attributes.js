@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 /** The service whose new invocations take all their fields in one post. */
-export const METADATA = 'qvn_dscrpt_metadata';
+export const METADATA = "qvn_dscrpt_metadata";
 
 /** Stands where a page shows bytes that are not UTF-8. */
-export const REPLACEMENT = '\uFFFD';
+export const REPLACEMENT = "\uFFFD";
 
-const PHONE_NUMBERS = 'PhoneNumber';
-const ENUMERATION = 'enum_';
+/** The one attribute whose values are joined with semicolons. */
+export const PHONES = "PhoneNumber";
 
 /**
  * How an attribute is edited:
@@ -20,12 +20,12 @@ const ENUMERATION = 'enum_';
  * - fixed: not at all, see fixedReason().
  */
 export const Kind = Object.freeze({
-  text: 'text',
-  toggle: 'toggle',
-  choices: 'choices',
-  phones: 'phones',
-  removal: 'removal',
-  fixed: 'fixed',
+  text: "text",
+  toggle: "toggle",
+  choices: "choices",
+  phones: "phones",
+  removal: "removal",
+  fixed: "fixed",
 });
 
 /**
@@ -34,7 +34,7 @@ export const Kind = Object.freeze({
  * ends, and cannot carry bytes that are not UTF-8.
  */
 export function isSendable(name) {
-  return name !== '' && name !== 'NULL' && !/[\r\n\uFFFD]/.test(name);
+  return name !== "" && name !== "NULL" && !/[\r\n\uFFFD]/.test(name);
 }
 
 /** True where deletes follow the rules of metadata fields, which go by the start of the name. */
@@ -42,33 +42,32 @@ export function isMetadata(service) {
   return service.startsWith(METADATA);
 }
 
-/** True for the one attribute whose values are joined with semicolons. */
-export function isPhoneList(name) {
-  return name === PHONE_NUMBERS;
+/** True for a type whose values may be written as a list. */
+export function isEnumeration(type) {
+  return type.startsWith("enum_");
 }
 
 /** The text between two values of a list. */
 export function separatorOf(name) {
-  return isPhoneList(name) ? ';' : ',';
+  return name === PHONES ? ";" : ",";
 }
 
 /** The text with LF for every line end, as a page's controls hold it. */
 export function withLineFeeds(text) {
-  return text.replace(/\r\n?/g, '\n');
+  return text.replace(/\r\n?/g, "\n");
 }
 
 /**
- * Returns the Kind of `attribute` ({service, invocation, name, type, stored}); `stored` are its
- * values, none for a new one.
+ * Returns the Kind of `attribute`, {service, invocation, name, type, values, isStamped}: `values` as
+ * they were when the page was shown, `isStamped` for what the device sets itself.
  */
 export function kindOf(attribute) {
-  const { name, type, stored } = attribute;
-  if (fixedReason(attribute) !== '') return Kind.fixed;
-  if (isPhoneList(name)) return Kind.phones;
-  if (type.startsWith(ENUMERATION)) return Kind.choices;
-  if (stored.length > 1) return isMetadata(attribute.service) ? Kind.fixed : Kind.removal;
-  if (type === 'boolean' && (stored[0] === 'TRUE' || stored[0] === 'FALSE')) return Kind.toggle;
-  return Kind.text;
+  const { name, type, values } = attribute;
+  if (fixedReason(attribute) !== "") return Kind.fixed;
+  if (name === PHONES) return Kind.phones;
+  if (isEnumeration(type)) return Kind.choices;
+  if (values.length > 1) return Kind.removal;
+  return type === "boolean" && /^(TRUE|FALSE)$/.test(values[0]) ? Kind.toggle : Kind.text;
 }
 
 /**
@@ -77,13 +76,12 @@ export function kindOf(attribute) {
  * - the device sets it itself with every save;
  * - it holds several values that can neither be written nor removed singly.
  */
-export function fixedReason({ service, invocation, name, type, stored, isStamped = false }) {
+export function fixedReason({ service, invocation, name, type, values, isStamped }) {
   const names = invocation === null ? [service, name] : [service, invocation, name];
-  if (!names.every(isSendable)) return 'edit.fixed.name';
-  if (isStamped) return 'edit.fixed.stamp';
-  const isList = isPhoneList(name) || type.startsWith(ENUMERATION);
-  if (!isList && stored.length > 1 && isMetadata(service)) return 'edit.fixed.list';
-  return '';
+  if (!names.every(isSendable)) return "edit.fixed.name";
+  if (isStamped) return "edit.fixed.stamp";
+  const isList = name === PHONES || isEnumeration(type);
+  return !isList && values.length > 1 && isMetadata(service) ? "edit.fixed.list" : "";
 }
 
 /**
@@ -91,10 +89,10 @@ export function fixedReason({ service, invocation, name, type, stored, isStamped
  * names the values to remove in one text with commas between them.
  */
 export function removalReason(value) {
-  if (value === '' || value === 'NULL') return 'edit.removal.null';
-  if (value.includes(',')) return 'edit.removal.comma';
-  if (/[\r\n]/.test(value)) return 'edit.removal.lines';
-  return value.includes(REPLACEMENT) ? 'edit.removal.bytes' : '';
+  if (value === "" || value === "NULL") return "edit.removal.null";
+  if (value.includes(",")) return "edit.removal.comma";
+  if (/[\r\n]/.test(value)) return "edit.removal.lines";
+  return value.includes(REPLACEMENT) ? "edit.removal.bytes" : "";
 }
 
 /** True when an invocation can be removed: metadata goes by another rule than its names tell. */
