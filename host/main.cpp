@@ -51,15 +51,6 @@ bool pages_are_sound(const Options& options, FILE* stream) {
   return faults.empty();
 }
 
-// The workers' socket or the web server's, whichever the world talks to.
-int open_listener(const Options& options, std::string* error) {
-  if (take_inherited_listener()) {
-    return kInheritedListener;
-  }
-  return options.fastcgi.empty() ? listen_tcp(options.address, options.port, error)
-                                 : listen_unix(options.fastcgi, error);
-}
-
 // Everything that platend and its children write to standard error from now on goes to the file.
 bool redirect_log(const std::string& file, std::string* error) {
   const int log = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
@@ -94,13 +85,15 @@ int serve_in_sandbox(const Options& options, const ParserModule& module, int lis
   for (std::string* path : {&inner.pages, &inner.module, &inner.settings, &inner.state}) {
     *path = fs::absolute(*path).lexically_normal();
   }
-  const std::string program = fs::read_symlink("/proc/self/exe");
-  const std::string data = fs::canonical(options.data);
-  return run_sandboxed(data,
-                       {program,
-                        option_arguments(inner),
-                        {program, inner.module, fs::canonical(module.store_file()), inner.pages},
-                        listener});
+  fs::create_directories(inner.state);
+  SandboxedProgram program;
+  program.program = fs::read_symlink("/proc/self/exe");
+  program.arguments = option_arguments(inner);
+  program.readable = {program.program, inner.module, fs::canonical(module.store_file()),
+                      inner.pages, inner.settings};
+  program.writable = inner.state;
+  program.listener = listener;
+  return run_sandboxed(fs::canonical(options.data), program);
 }
 
 int serve_behind(const Options& options, Site* site, int listener) {
@@ -136,6 +129,34 @@ int serve_here(const Options& options, const ParserModule& module, int listener)
                                  : serve_behind(options, &site, listener);
 }
 
+int serve_on(int listener, const Options& options, const ParserModule& module) {
+  std::string error;
+  if (!options.log_file.empty() && !redirect_log(options.log_file, &error)) {
+    return refuse(error);
+  }
+  return options.data.empty() ? serve_here(options, module, listener)
+                              : serve_in_sandbox(options, module, listener);
+}
+
+// Opens the socket on which the world talks to the workers or the web server, unless it was handed
+// in, and removes its file in the end.
+int open_and_serve(const Options& options, const ParserModule& module) {
+  if (take_inherited_listener()) {
+    return serve_on(kInheritedListener, options, module);
+  }
+  std::string error;
+  const int listener = options.fastcgi.empty() ? listen_tcp(options.address, options.port, &error)
+                                               : listen_unix(options.fastcgi, &error);
+  if (listener < 0) {
+    return refuse(error);
+  }
+  const int status = serve_on(listener, options, module);
+  if (!options.fastcgi.empty()) {
+    unlink(options.fastcgi.c_str());
+  }
+  return status;
+}
+
 int serve(const Options& options) {
   std::string error;
   ParserModule module;
@@ -143,19 +164,7 @@ int serve(const Options& options) {
       (!options.data.empty() && !prepare_data(fs::absolute(options.data), &error))) {
     return refuse(error);
   }
-  if (!pages_are_sound(options, stderr)) {
-    return kFailed;
-  }
-  const int listener = open_listener(options, &error);
-  if (listener < 0 || (!options.log_file.empty() && !redirect_log(options.log_file, &error))) {
-    return refuse(error);
-  }
-  const int status = options.data.empty() ? serve_here(options, module, listener)
-                                          : serve_in_sandbox(options, module, listener);
-  if (!options.fastcgi.empty()) {
-    unlink(options.fastcgi.c_str());
-  }
-  return status;
+  return pages_are_sound(options, stderr) ? open_and_serve(options, module) : kFailed;
 }
 
 int run(const std::vector<std::string>& arguments) {

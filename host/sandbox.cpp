@@ -154,10 +154,11 @@ std::vector<std::string> sandbox_arguments(const std::string& data,
     arguments.insert(arguments.end(), {"--perms", "1777", "--dir", directory});
   }
   arguments.insert(arguments.end(), {"--symlink", "/run", "/var/run"});
-  for (const std::string& file : program.files) {
-    arguments.insert(arguments.end(), {"--ro-bind", file, file});
+  for (const std::string& path : program.readable) {
+    arguments.insert(arguments.end(), {"--ro-bind-try", path, path});
   }
-  arguments.insert(arguments.end(), {"--bind", data, data});
+  arguments.insert(arguments.end(),
+                   {"--bind", program.writable, program.writable, "--bind", data, data});
   for (const DevicePath& row : kDevicePaths) {
     arguments.insert(arguments.end(), {"--bind", data + "/" + row.part, row.path});
   }

@@ -12,8 +12,9 @@ namespace platen {
 struct SandboxedProgram {
   std::string program;                 // absolute path
   std::vector<std::string> arguments;  // after the program's name
-  std::vector<std::string> files;      // absolute paths that must be visible, read-only
-  int listener;                        // becomes its inherited listener
+  std::vector<std::string> readable;   // absolute paths that it must see; missing ones are left out
+  std::string writable;                // absolute path of a directory that it may write
+  int listener = -1;                   // becomes its inherited listener
 };
 
 // Makes the parts of a device tree in `data` that are missing (pool, tarn, spool, state). Returns
@@ -22,7 +23,7 @@ struct SandboxedProgram {
 bool prepare_data(const std::string& data, std::string* error);
 
 // bubblewrap's arguments: an empty root with the system's directories read-only, /tmp and /var
-// fresh, `data` at its own path and its parts at the device's paths, and the program's files.
+// fresh, `data` at its own path and its parts at the device's paths, and the program's own paths.
 std::vector<std::string> sandbox_arguments(const std::string& data,
                                            const SandboxedProgram& program);
 

@@ -1,11 +1,13 @@
 // Starts platend for a test, in a directory of its own, and stops it.
 // SPDX-License-Identifier: MIT
 import { spawn } from 'node:child_process';
+import { randomUUID } from 'node:crypto';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import http from 'node:http';
 import os from 'node:os';
 import path from 'node:path';
+import { urlToHttpOptions } from 'node:url';
 
 export const build = process.env.PLATEN_BUILD;
 export const source = process.env.PLATEN_SOURCE;
@@ -51,7 +53,10 @@ export async function run(command, args, options = {}) {
 /** A platend that serves; made by startPlatend(). */
 class Platend {
   constructor(args, options) {
-    this.child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options });
+    this.mark = `PLATEN_TEST=${randomUUID()}`;
+    const [name, value] = this.mark.split('=');
+    const env = { ...(options.env ?? process.env), [name]: value };
+    this.child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options, env });
     this.log = '';
     this.output = '';
     this.closed = once(this.child, 'close');
@@ -81,6 +86,17 @@ class Platend {
     });
   }
 
+  /** The ids of its processes, those of the sandbox, the workers and the web server included. */
+  processes() {
+    return fs.readdirSync('/proc').filter((entry) => {
+      try {
+        return /^\d+$/.test(entry) && fs.readFileSync(`/proc/${entry}/environ`).includes(this.mark);
+      } catch {
+        return false;
+      }
+    });
+  }
+
   /** Asks for a page; resolves to {status, headers, body}. */
   get(target, options = {}) {
     return request(this.address, target, options);
@@ -93,11 +109,11 @@ class Platend {
   }
 }
 
-/** Asks the server at `address` for `target`; resolves to {status, headers, body}. */
+/** Asks the server at `address`, a URL or {socketPath}, for `target`; resolves to {status, headers, body}. */
 export function request(address, target, { method = 'GET', agent, headers, body } = {}) {
-  const { hostname, port } = new URL(address);
+  const server = typeof address === 'string' ? urlToHttpOptions(new URL(address)) : address;
   return new Promise((resolve, reject) => {
-    const asked = http.request({ hostname, port, path: target, method, agent, headers }, (answer) => {
+    const asked = http.request({ ...server, path: target, method, agent, headers }, (answer) => {
       let text = '';
       answer.setEncoding('utf8').on('data', (piece) => (text += piece));
       answer.on('error', reject);
@@ -112,15 +128,16 @@ export function request(address, target, { method = 'GET', agent, headers, body 
 
 /**
  * Starts platend for the test `t` and waits until it serves. `pages` is a directory or {name: text};
- * `data` a device tree, an empty one if missing; `args` are further options, `options` those of
- * spawn(). It is stopped when the test ends.
+ * `data` a device tree, an empty one if missing, false for none; `args` are further options, `options`
+ * those of spawn(). It is stopped when the test ends.
  */
 export async function startPlatend(t, { pages, data, args = [], options = {} } = {}) {
   const directory = temporaryDirectory(t);
   const pageDirectory = typeof pages === 'string' ? pages : path.join(directory, 'pages');
   if (typeof pages === 'object') writeFiles(pageDirectory, pages);
   const device = data ?? emptyDevice(path.join(directory, 'data'));
-  const all = ['--data', device, '--pages', pageDirectory];
+  const all = ['--pages', pageDirectory];
+  if (device) all.push('--data', device);
   if (!args.includes('--fastcgi')) all.push('--port', '0');
   const platend = new Platend([...all, ...args], options);
   t.after(() => platend.stop('SIGTERM'));

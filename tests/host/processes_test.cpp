@@ -85,13 +85,14 @@ TEST(Sandbox, RefusesADataDirectoryThatHoldsADevicePath) {
 }
 
 TEST(Sandbox, BindsTheDataAfterTheFreshDirectories) {
-  const auto arguments = sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, 3});
+  const auto arguments =
+      sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, "/tmp/s", 3});
   const auto at = [&](const std::vector<std::string>& part) {
     const auto found = std::ranges::search(arguments, part);
     EXPECT_FALSE(found.empty()) << part.front() << " " << part.back();
     return found.begin() - arguments.begin();
   };
-  EXPECT_LT(at({"--dir", "/tmp"}), at({"--ro-bind", "/tmp/m.so", "/tmp/m.so"}));
+  EXPECT_LT(at({"--dir", "/tmp"}), at({"--ro-bind-try", "/tmp/m.so", "/tmp/m.so"}));
   EXPECT_LT(at({"--dir", "/tmp"}), at({"--bind", "/tmp/d", "/tmp/d"}));
   EXPECT_LT(at({"--bind", "/tmp/d", "/tmp/d"}),
             at({"--bind", "/tmp/d/pool", "/tmp/template/pool"}));
