@@ -1,0 +1,115 @@
+// Tests of the sample device: its templates open in the store, its phrases and paths load.
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "device/paths.h"
+#include "device/phrases.h"
+#include "device/table_file.h"
+#include "templateWrapper.h"
+
+namespace platen {
+namespace {
+
+const std::filesystem::path kSamples = PLATEN_SAMPLES;
+
+std::vector<std::filesystem::path> sample_templates() {
+  std::vector<std::filesystem::path> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(kSamples / "pool")) {
+    if (entry.is_regular_file()) files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+// What the store says of the file when it opens it; empty when it opens.
+std::string open_error(const std::filesystem::path& file) {
+  TemplateObject tpl{};
+  CKwtTemplate(&tpl);
+  std::string error;
+  if (Open(&tpl, file.c_str(), 0) == 0) error = jt_error(&tpl);
+  DestructorCKwtTemplate(&tpl);
+  return error;
+}
+
+// The first value of an attribute; "(none)" when there is none.
+std::string first_value(const std::filesystem::path& file, const char* service,
+                        const char* attribute) {
+  TemplateObject tpl{};
+  CKwtTemplate(&tpl);
+  std::string found = "(none)";
+  if (Open(&tpl, file.c_str(), 0) != 0) {
+    char* value =
+        ReadAttributeStringWInvocUseFirstAsString(&tpl, service, nullptr, attribute, TRUE);
+    if (value != nullptr) found = value;
+    jt_destroy_value_string(&tpl, value);
+    Close(&tpl, 0);
+  }
+  DestructorCKwtTemplate(&tpl);
+  return found;
+}
+
+std::set<std::string> tokens(const std::string& language) {
+  std::vector<TableRow> rows;
+  std::string error;
+  EXPECT_TRUE(read_table_file(kSamples / "etc/phrases" / (language + ".txt"), &rows, &error))
+      << error;
+  std::set<std::string> keys;
+  for (const TableRow& row : rows) keys.insert(row.key);
+  return keys;
+}
+
+TEST(SamplesTest, EveryPoolHasTemplates) {
+  std::set<std::string> pools;
+  for (const auto& file : sample_templates()) {
+    pools.insert(file.parent_path().lexically_relative(kSamples));
+    EXPECT_EQ(strcasecmp(file.extension().c_str(), ".KTP"), 0) << file;
+  }
+  EXPECT_EQ(pools, (std::set<std::string>{"pool", "pool/factory", "pool/mailbox", "pool/system",
+                                          "pool/web"}));
+}
+
+TEST(SamplesTest, EveryTemplateOpensButTheBrokenOne) {
+  for (const auto& file : sample_templates()) {
+    std::string expected;
+    if (file.filename() == "Broken.KTP") {
+      expected = file.string() + ":7:5: this is no line of the form NAME (TYPE) = VALUE";
+    }
+    EXPECT_EQ(open_error(file), expected);
+  }
+}
+
+TEST(SamplesTest, ATemplateIsNamedAsItsFile) {
+  for (const auto& file : sample_templates()) {
+    if (file.filename() == "Broken.KTP" || file.filename() == "Empty.KTP") continue;
+    EXPECT_EQ(first_value(file, "qvn_svc_general", "JobTemplateName"), file.stem());
+  }
+}
+
+TEST(SamplesTest, TwoTemplatesAreOfScanDrivers) {
+  EXPECT_EQ(
+      first_value(kSamples / "pool/web/WIA driver.KTP", "qvn_svc_general", "JobTemplateCreator"),
+      "WIA");
+  EXPECT_EQ(
+      first_value(kSamples / "pool/web/TWAIN driver.KTP", "qvn_svc_general", "JobTemplateCreator"),
+      "TWAIN");
+}
+
+TEST(SamplesTest, PathsLoad) {
+  std::string error;
+  EXPECT_TRUE(load_paths(kSamples / "etc/paths.txt", kSamples, &error)) << error;
+}
+
+TEST(SamplesTest, EveryLanguageHasTheSamePhrases) {
+  std::string error;
+  ASSERT_TRUE(load_phrases(kSamples / "etc/phrases", &error)) << error;
+  EXPECT_EQ(languages(), (std::vector<std::string>{"de-de", "en-us"}));
+  EXPECT_EQ(tokens("de-de"), tokens("en-us"));
+}
+
+}  // namespace
+}  // namespace platen
