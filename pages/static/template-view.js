@@ -20,20 +20,32 @@ function valueList(values) {
   return element("ul", { className: "values" }, ...items);
 }
 
-function compareRow(row, values, scriptValues, words) {
-  const attribute = row.dataset.attribute;
-  const cell = (way) => row.querySelector(`[data-way="${way}"]`);
-  const items = values[attribute];
-  cell("script").textContent = scriptValues[attribute];
-  if (items.length === 0) return;
-  cell("json").append(valueList(items));
-  const text = cell("text").textContent;
-  const same = text === scriptValues[attribute] && text === items.join(separatorOf(attribute));
-  const verdict = same ? words.identical : words.different;
-  row.cells[0].append(
-    element("span", { className: same ? "same" : "differs", title: verdict }, same ? " ✓" : " ✗"),
-    element("span", { className: "unseen" }, ` ${verdict}`),
+// The values of one attribute in the three ways, and whether they are the same.
+function wayRow(attribute, items, scriptValue, words) {
+  const shown = document.querySelector(`[data-attribute="${attribute}"]`);
+  const text = shown.querySelector("dd").textContent;
+  const same = text === scriptValue && text === items.join(separatorOf(attribute));
+  const verdict = element(
+    "span", { className: same ? "same" : "differs" }, same ? words.identical : words.different);
+  const headings = [...document.querySelectorAll("#ways th")].slice(1);
+  const cells = [text, scriptValue, valueList(items)].map((content, index) => {
+    const cell = element("td", {}, content);
+    cell.dataset.label = headings[index].textContent;
+    return cell;
+  });
+  const name = shown.querySelector("dt").textContent;
+  return element("tr", {}, element("th", { scope: "row" }, name, verdict), ...cells);
+}
+
+function showWays(values, scriptValues, words) {
+  const present = Object.entries(values).filter(([, items]) => items.length > 0);
+  if (present.length === 0) return;
+  const ways = document.getElementById("ways");
+  ways.querySelector("tbody").append(
+    ...present.map(([attribute, items]) =>
+      wayRow(attribute, items, scriptValues[attribute], words)),
   );
+  ways.hidden = false;
 }
 
 function attributeRow(attribute, words) {
@@ -58,21 +70,20 @@ function serviceSection(service, words) {
   return element("section", { className: "service" }, element("h3", {}, service.name), ...lists);
 }
 
-function showTemplate(template, words) {
+function showEverything(template, words) {
   document.getElementById("path").textContent = template.file;
   const sections = template.services.map((service) => serviceSection(service, words));
-  document.getElementById("services").append(
+  const everything = document.getElementById("everything");
+  everything.append(
     ...(sections.length > 0 ? sections : [element("p", { className: "notice" }, words.empty)]),
   );
+  everything.hidden = false;
 }
 
 function show() {
   const { values: scriptValues, words } = globalThis.platen;
-  const values = readJson("values");
-  for (const row of document.querySelectorAll("tr[data-attribute]")) {
-    compareRow(row, values, scriptValues, words);
-  }
-  showTemplate(readJson("template"), words);
+  showEverything(readJson("template"), words);
+  showWays(readJson("values"), scriptValues, words);
 }
 
 // The script with the template's values is a page of its own, made for the same query.
