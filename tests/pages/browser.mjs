@@ -31,6 +31,10 @@ export async function openPage(browser, options = {}) {
     if (line.type() === 'error' || line.type() === 'warning') page.faults.push(line.text());
   });
   page.on('pageerror', (error) => page.faults.push(String(error)));
-  page.on('requestfailed', (request) => page.faults.push(`failed: ${request.url()}`));
+  page.on('requestfailed', (request) => {
+    const { errorText } = request.failure();
+    // What a page still loads when the test leaves it is given up, and no fault.
+    if (errorText !== 'net::ERR_ABORTED') page.faults.push(`${errorText}: ${request.url()}`);
+  });
   return page;
 }
