@@ -3,6 +3,7 @@
 #include "template_document.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 
@@ -36,6 +37,16 @@ std::size_t number_of(const std::string& name, std::string_view service) {
   auto [end, error] = std::from_chars(name.data() + bar + 1, name.data() + name.size(), number);
   bool whole = error == std::errc() && end == name.data() + name.size();
   return whole && number > 0 && numbered(service, number) == name ? number : 0;
+}
+
+// Returns the first entry in [begin, end) that has the kind and text of `wanted`, without leaving
+// the parent of the entry at `begin`.
+std::size_t find_equal(const Entries& entries, std::size_t begin, std::size_t end,
+                       const Entry& wanted) {
+  for (std::size_t i = begin; i < end && entries[i].kind >= wanted.kind; ++i) {
+    if (entries[i].kind == wanted.kind && entries[i].text.equals(wanted.text.raw())) return i;
+  }
+  return kNotFound;
 }
 
 }  // namespace
@@ -273,6 +284,28 @@ void Document::replay(const std::pmr::vector<Edit>& log) {
     });
     if (own != created.rend()) edit.invocation = own->name;
     static_cast<void>(apply(edit, Absent::kRecreate));  // what is gone already needs no removal
+  }
+}
+
+void Document::adopt(const Entries& before) {
+  std::vector<std::size_t> limits(entries_.size());  // by entry: the next ordinal that is in use
+  std::size_t limit = before.size();
+  for (std::size_t i = entries_.size(); i-- > 0;) {
+    limits[i] = limit;
+    if (!entries_[i].is_new()) limit = entries_[i].ordinal;
+  }
+  std::array<std::size_t, 5> children = {};  // by kind: where those of the present parent begin
+  std::size_t unused = 0;                    // first ordinal that may still be given
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    Entry& entry = entries_[i];
+    auto kind = static_cast<std::size_t>(entry.kind);
+    if (entry.is_new() && children[kind] != kNotFound) {
+      std::size_t begin = std::max(unused, children[kind]);
+      std::size_t equal = find_equal(before, begin, limits[i], entry);
+      if (equal != kNotFound) entry.ordinal = static_cast<std::uint32_t>(equal);
+    }
+    children[kind + 1] = entry.is_new() ? kNotFound : entry.ordinal + std::size_t{1};
+    if (!entry.is_new()) unused = children[kind + 1];
   }
 }
 

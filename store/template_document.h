@@ -89,6 +89,9 @@ class Document {
   // Applies a log of edits, each accepted before, to content that may have changed since. An
   // invocation whose name was taken meanwhile gets the next one, in its later edits as well.
   void replay(const std::pmr::vector<Edit>& log);
+  // Takes entries that were removed and written again for the old ones at their place, so that
+  // their lines need no change. `before` is what was read, ahead of all edits.
+  void adopt(const Entries& before);
 
   // Returns the name that a new invocation of the service gets: the service's own, cut to fit, and
   // the lowest number that is free.

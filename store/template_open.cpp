@@ -82,6 +82,7 @@ Status OpenTemplate::save() {
   if (!status.ok()) return status;
   Entries before = present.document().entries();
   present.document().replay(log_);
+  present.document().adopt(before);
   std::string bytes = render(present.bytes(), before, present.document().entries());
   if (bytes == present.bytes()) return {};
   if (bytes.size() > kMaxFileSize) return {Code::kTooLarge, 0, nullptr, 0, 0};

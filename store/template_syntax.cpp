@@ -62,14 +62,13 @@ class Parser {
   bool text(const char* begin, const char* end, Text& out);
   bool lines();
   bool names_are_unique();
-  void add(Entry& entry);
+  Entry& add(Kind kind);
   bool fault(const char* at, const char* reason);
 
   const char* begin_;
   const char* end_;
   const char* backslash_ = nullptr;  // the next one at or after the text read last
   Entries& entries_;
-  std::size_t names_ = 0;
   Kind deepest_ = Kind::kService;  // what the next line may be at most
   const char* fault_at_ = nullptr;
   const char* fault_reason_ = nullptr;
@@ -81,10 +80,11 @@ bool Parser::fault(const char* at, const char* reason) {
   return false;
 }
 
-void Parser::add(Entry& entry) {
-  entry.ordinal = static_cast<std::uint32_t>(entries_.size());
-  if (entry.kind != Kind::kValue) ++names_;
-  entries_.push_back(entry);
+Entry& Parser::add(Kind kind) {
+  Entry& entry = entries_.emplace_back();
+  entry.ordinal = static_cast<std::uint32_t>(entries_.size() - 1);
+  entry.kind = kind;
+  return entry;
 }
 
 bool Parser::text(const char* begin, const char* end, Text& out) {
@@ -99,13 +99,9 @@ bool Parser::text(const char* begin, const char* end, Text& out) {
 
 bool Parser::value(const char* equals, const char* end, bool on_attribute_line) {
   if (deepest_ != Kind::kValue) return fault(equals, "a value needs an attribute above it");
-  const char* begin = skip_blanks(equals + 1, end);
-  Entry entry;
-  entry.kind = Kind::kValue;
+  Entry& entry = add(Kind::kValue);
   entry.on_attribute_line = on_attribute_line;
-  if (!text(begin, end, entry.text)) return false;
-  add(entry);
-  return true;
+  return text(skip_blanks(equals + 1, end), end, entry.text);
 }
 
 bool Parser::type(const char* begin, const char* end, Entry& entry) {
@@ -129,10 +125,8 @@ bool Parser::attribute(const char* begin, const char* end) {
   if (name_end == begin) return fault(begin, "a name is missing before the type");
   const char* close = find_byte(open, end, ')');
   if (close == end) return fault(open, "this parenthesis is not closed");
-  Entry entry;
-  entry.kind = Kind::kAttribute;
+  Entry& entry = add(Kind::kAttribute);
   if (!text(begin, name_end, entry.text) || !type(open + 1, close, entry)) return false;
-  add(entry);
   deepest_ = Kind::kValue;
   const char* equals = skip_blanks(close + 1, end);
   if (equals == end) return true;
@@ -146,20 +140,19 @@ bool Parser::header(const char* begin, const char* end) {
   const char* word_end = std::find_if(word, end - 1, is_blank);
   const char* name = skip_blanks(word_end, end - 1);
   const char* name_end = trim_blanks(name, end - 1);
-  Entry entry;
-  entry.kind = between(word, word_end) == kInvocationWord ? Kind::kInvocation : Kind::kService;
-  if (entry.kind == Kind::kService && between(word, word_end) != kServiceWord) {
+  Kind kind = between(word, word_end) == kInvocationWord ? Kind::kInvocation : Kind::kService;
+  if (kind == Kind::kService && between(word, word_end) != kServiceWord) {
     return fault(word, "only \"service\" or \"invocation\" may stand here");
   }
-  if (entry.kind > deepest_) return fault(begin, "an invocation needs a service above it");
+  if (kind > deepest_) return fault(begin, "an invocation needs a service above it");
   if (name == name_end) return fault(end - 1, "a name is missing here");
+  Entry& entry = add(kind);
   if (!text(name, name_end, entry.text)) return false;
-  if (entry.kind == Kind::kInvocation && entry.text.size > kMaxInvocationName &&
+  if (kind == Kind::kInvocation && entry.text.size > kMaxInvocationName &&
       entry.text.decoded().size() > kMaxInvocationName) {
     return fault(name, "the name of an invocation has at most 255 bytes");
   }
-  add(entry);
-  deepest_ = entry.kind == Kind::kInvocation ? Kind::kAttribute : Kind::kInvocation;
+  deepest_ = kind == Kind::kInvocation ? Kind::kAttribute : Kind::kInvocation;
   return true;
 }
 
@@ -172,24 +165,32 @@ bool Parser::line(const char* begin, const char* end) {
   return attribute(begin, end);
 }
 
-std::uint32_t hash_name(std::string_view name, std::uint64_t seed) {
+std::uint64_t load_word(const char* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+// Reads whole words; the last one overlaps the one before, so no byte is handled alone.
+std::uint64_t hash_name(std::string_view name, std::uint64_t seed) {
   constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
-  std::uint64_t hash = seed + name.size();
-  while (!name.empty()) {
-    std::uint64_t word = 0;
-    std::size_t size = std::min(name.size(), sizeof word);
-    std::memcpy(&word, name.data(), size);
-    hash = (std::rotl(hash, 29) ^ word) * kMultiplier;
-    name.remove_prefix(size);
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  std::uint64_t hash = seed * kMultiplier + name.size();
+  auto mix = [&](std::uint64_t word) { hash = (std::rotl(hash, 29) ^ word) * kMultiplier; };
+  if (name.size() < kWord) {
+    for (char byte : name) mix(static_cast<unsigned char>(byte));
+    return hash;
   }
-  return static_cast<std::uint32_t>(hash >> 32);
+  for (std::size_t at = 0; at + kWord < name.size(); at += kWord) mix(load_word(&name[at]));
+  mix(load_word(&name[name.size() - kWord]));
+  return hash;
 }
 
 // Remembers names in a hash table, whose empty slots (a power of two, more than names) are given.
 class NameTable {
  public:
   NameTable(const Entries& entries, std::uint32_t* slots, std::size_t count)
-      : entries_(entries), slots_(slots), mask_(count - 1) {}
+      : entries_(entries), slots_(slots), mask_(count - 1), shift_(std::countl_zero(mask_)) {}
 
   // Returns false when an entry before that at `index` has its name, kind and parent.
   bool add(std::size_t index) {
@@ -198,7 +199,7 @@ class NameTable {
     owners_[kind + 1] = index + 1;
     std::string decoded = entry.text.escaped ? entry.text.decoded() : std::string();
     std::string_view name = entry.text.escaped ? decoded : entry.text.raw();
-    std::size_t slot = hash_name(name, owners_[kind]) & mask_;
+    std::size_t slot = hash_name(name, owners_[kind]) >> shift_;
     for (; slots_[slot] != 0; slot = (slot + 1) & mask_) {
       const Entry& other = entries_[slots_[slot] - 1];
       bool same_owner = slots_[slot] > owners_[kind] && other.kind == entry.kind;
@@ -212,12 +213,15 @@ class NameTable {
   const Entries& entries_;
   std::uint32_t* slots_;
   std::size_t mask_;
+  int shift_;                               // the topmost bits of a hash are its best
   std::array<std::size_t, 4> owners_ = {};  // by kind: 1 + index of the present parent
 };
 
 bool Parser::names_are_unique() {
   constexpr std::size_t kSlotsOnStack = 2048;
-  std::size_t count = std::bit_ceil(names_ * 2 + 1);
+  auto is_name = [](const Entry& entry) { return entry.kind != Kind::kValue; };
+  auto names = static_cast<std::size_t>(std::count_if(entries_.begin(), entries_.end(), is_name));
+  std::size_t count = std::bit_ceil(names * 2 + 2);
   std::array<std::uint32_t, kSlotsOnStack> near;
   std::vector<std::uint32_t> far;
   if (count > kSlotsOnStack) far.resize(count);
@@ -252,6 +256,11 @@ Status Parser::run() {
   while (line_begin != begin_ && line_begin[-1] != '\n') --line_begin;
   return {Code::kSyntax, 0, fault_reason_, line_of(between(begin_, end_), fault_at_),
           static_cast<std::uint32_t>(fault_at_ - line_begin + 1)};
+}
+
+// True for one text of the file, and for one that was written anew as it was.
+bool same(const Text& old, const Text& now) {
+  return old.data == now.data || (!now.escaped && old.equals(now.raw()));
 }
 
 // Copies the file's bytes to the output up to each place that changes.
@@ -351,14 +360,14 @@ void Renderer::append_type(const Entry& entry) {
 }
 
 void Renderer::patch_type(const Entry& old, const Entry& entry) {
-  if (entry.type.data == old.type.data && entry.compulsory == old.compulsory) return;
+  if (same(old.type, entry.type) && entry.compulsory == old.compulsory) return;
   copy_to(old.type.data);
   append_type(entry);
   skip_to(text_end(old) - 1);
 }
 
 void Renderer::patch_value(const Entry& old, const Entry& entry) {
-  if (entry.text.data == old.text.data) return;
+  if (same(old.text, entry.text)) return;
   copy_to(old.text.data);
   if (out_.back() == '=') out_ += ' ';
   append_encoded(out_, entry.text, Place::kValue);

@@ -1,5 +1,4 @@
-// A hash set of malloc strings: cheap for a value that is read and released at once, and still
-// cheap when many are held.
+// A hash set of malloc strings, with the latest kept beside it, as most are released at once.
 // SPDX-License-Identifier: MIT
 #include "template_values.h"
 
@@ -21,27 +20,24 @@ class HeldValues {
 
   // Returns false, with nothing changed, when memory is out.
   bool add(char* value) {
-    if ((count_ + 1) * 2 > slots_count() && !grow()) return false;
-    put(value);
-    ++count_;
+    if (latest_ && !add_to_set(latest_)) return false;
+    latest_ = value;
     return true;
   }
 
+  // Returns false when the value is not held.
   bool remove(const char* value) {
-    if (count_ == 0) return false;
-    std::size_t slot = home(value);
-    for (; slots_[slot] != value; slot = next(slot)) {
-      if (!slots_[slot]) return false;
-    }
-    close_gap(slot);
-    --count_;
-    return true;
+    if (value != latest_) return remove_from_set(value);
+    latest_ = nullptr;
+    return value != nullptr;
   }
 
   void release_all() {
     for (std::size_t slot = 0; slot < slots_count(); ++slot) std::free(slots_[slot]);
     std::free(slots_);
+    std::free(latest_);
     slots_ = nullptr;
+    latest_ = nullptr;
     mask_ = count_ = 0;
   }
 
@@ -52,6 +48,24 @@ class HeldValues {
   [[nodiscard]] std::size_t next(std::size_t slot) const { return (slot + 1) & mask_; }
   [[nodiscard]] std::size_t home(const char* value) const {
     return (reinterpret_cast<std::uintptr_t>(value) * 0x9E3779B97F4A7C15U >> 32) & mask_;
+  }
+
+  bool add_to_set(char* value) {
+    if ((count_ + 1) * 2 > slots_count() && !grow()) return false;
+    put(value);
+    ++count_;
+    return true;
+  }
+
+  bool remove_from_set(const char* value) {
+    if (count_ == 0 || !value) return false;
+    std::size_t slot = home(value);
+    for (; slots_[slot] != value; slot = next(slot)) {
+      if (!slots_[slot]) return false;
+    }
+    close_gap(slot);
+    --count_;
+    return true;
   }
 
   void put(char* value) {
@@ -81,6 +95,7 @@ class HeldValues {
     return true;
   }
 
+  char* latest_ = nullptr;
   char** slots_ = nullptr;
   std::size_t mask_ = 0;
   std::size_t count_ = 0;
