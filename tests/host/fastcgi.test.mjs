@@ -158,7 +158,7 @@ test('the socket of a platend that was killed is taken over, that of a live one 
   );
   assert.match(await ask(socket, '/'), /^Status: 200 OK/);
   await platend.stop('SIGKILL');
-  while (platend.processes().length > 0) await new Promise((resolve) => setTimeout(resolve, 5));
+  await platend.gone();
   assert.equal(fs.existsSync(socket), true);
   const heir = await startPlatend(t, { pages, args: ['--fastcgi', socket] });
   assert.match(await ask(socket, '/'), /^Status: 200 OK/);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -56,6 +57,15 @@ void pass_gate() {
   close(gate);
 }
 
+// A process of the function's own that ends leaves the request to the worker.
+void lose_child() {
+  const pid_t child = fork();
+  if (child == 0) {
+    exit(1);
+  }
+  waitpid(child, nullptr, 0);
+}
+
 void leave_mark() { close(open(kMark, O_WRONLY | O_CREAT | O_CLOEXEC, 0600)); }
 
 struct Fault {
@@ -64,9 +74,9 @@ struct Fault {
 };
 
 constexpr Fault kFaults[] = {
-    {"exit", fail_exit},         {"die", fail_die},   {"abort", fail_abort}, {"segv", fail_segv},
-    {"overflow", fail_overflow}, {"kill", fail_kill}, {"hang", fail_hang},   {"deaf", fail_deaf},
-    {"gate", pass_gate},         {"mark", leave_mark}};
+    {"exit", fail_exit},         {"die", fail_die},    {"abort", fail_abort}, {"segv", fail_segv},
+    {"overflow", fail_overflow}, {"kill", fail_kill},  {"hang", fail_hang},   {"deaf", fail_deaf},
+    {"gate", pass_gate},         {"mark", leave_mark}, {"fork", lose_child}};
 
 }  // namespace
 

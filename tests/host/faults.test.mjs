@@ -9,7 +9,7 @@ import test from 'node:test';
 
 import { faultModule, startPlatend } from './platend.mjs';
 
-const words = ['exit', 'die', 'abort', 'segv', 'overflow', 'kill', 'hang', 'deaf', 'gate', 'mark'];
+const words = ['exit', 'die', 'abort', 'segv', 'overflow', 'kill', 'hang', 'deaf', 'gate', 'fork'];
 
 /** One page per fault, and one that is fine. */
 function faultPages() {
@@ -50,6 +50,13 @@ test('each end of a worker gives its client a whole plain page and is logged onc
     await platend.logged(cause);
     assert.equal(platend.log.match(new RegExp(cause, 'g')).length, 1, word);
   }
+});
+
+test('a child process that a function leaves behind does not answer for the worker', async (t) => {
+  const platend = await startFaulty(t);
+  const { status, body } = await platend.get('/fork.html');
+  assert.equal(status, 200);
+  assert.match(body, /before {2}after/);
 });
 
 test('under load faults meet only the clients that ask for them', async (t) => {

@@ -97,6 +97,11 @@ class Platend {
     });
   }
 
+  /** Waits until none of its processes is left. */
+  async gone() {
+    while (this.processes().length > 0) await new Promise((resolve) => setTimeout(resolve, 5));
+  }
+
   /** Asks for a page; resolves to {status, headers, body}. */
   get(target, options = {}) {
     return request(this.address, target, options);
