@@ -78,6 +78,13 @@ void* calloc(std::size_t count, std::size_t size) {
                                                 : counted(next(real, "calloc")(count, size));
 }
 
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  static void* (*real)(std::size_t, std::size_t);
+  return fails_now(__builtin_return_address(0))
+             ? nullptr
+             : counted(next(real, "aligned_alloc")(alignment, size));
+}
+
 void* realloc(void* block, std::size_t size) {
   static void* (*real)(void*, std::size_t);
   if (fails_now(__builtin_return_address(0))) return nullptr;

@@ -85,6 +85,7 @@ std::string echoed(const Lines& logs) {
 
 void Log_Entry(int level, const char* source, int line, const char* format, ...) {
   if (journal().paused()) return;
+  journal().note_level(level);
   const TestMemory own;
   va_list values;
   va_start(values, format);

@@ -21,6 +21,12 @@ class Journal {
   void resume() { paused_ = false; }
   bool paused() const { return paused_; }
 
+  // Keeps the level of the latest log line in `level` as well, for a child process; null ends that.
+  void mirror_level(int* level) { level_ = level; }
+  void note_level(int level) {
+    if (level_ != nullptr) *level_ = level;
+  }
+
   const Lines& lines() const { return lines_; }
   Lines logs() const { return lines_of("log "); }
   Lines calls() const;
@@ -34,6 +40,7 @@ class Journal {
   Lines lines_;
   bool echo_ = false;
   bool paused_ = false;
+  int* level_ = nullptr;
 };
 
 Journal& journal();

@@ -1,0 +1,219 @@
+// Exhausted memory and kept memory: every function with its n-th allocation failing, and a thousand
+// times over.
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "allocations.h"
+#include "journal.h"
+#include "loaded_module.h"
+#include "log.h"
+#include "real_store.h"
+
+namespace {
+
+constexpr char kPath[] = "/tmp/template/pool/web/A.KTP";
+constexpr int kNothingFailed = 42;
+
+// One use of the module; it must not allocate by itself.
+struct Use {
+  const char* name;
+  Fields form;
+  void (*run)(Request& request);
+};
+
+void open_template(Request& request) {
+  char path[] = "/tmp/template/pool/web/A.KTP|O_RDWR";
+  parser().HTTP_Open_Parser_fn(request.record(), path);
+}
+
+void close_template(Request& request, bool save) {
+  char argument[] = "TRUE";
+  parser().HTTP_Close_Parser_fn(request.record(), save ? argument : nullptr);
+}
+
+void print_attribute(Request& request, void (*function)(QVN_AppData*, char*)) {
+  char argument[] = "fax NULL PhoneNumber string";
+  open_template(request);
+  function(request.record(), argument);
+  close_template(request, false);
+}
+
+void list_pool(Request& request, void (*function)(QVN_AppData*, char*)) {
+  char directory[] = "/tmp/template/pool/web";
+  function(request.record(), directory);
+}
+
+void list_invocations(Request& request) {
+  char service[] = "fax";
+  open_template(request);
+  parser().HTTP_Parser_List_Invocations_fn(request.record(), service);
+  close_template(request, false);
+}
+
+void save_list(Request& request) {
+  char service[] = "fax";
+  char attribute[] = "PhoneNumber";
+  char type[] = "string";
+  char value[] = "1;2;3";
+  char separator[] = ";";
+  HTTP_PARSER_Set_Element element{service, nullptr, attribute, type, value, nullptr, FALSE};
+  open_template(request);
+  parser().PrivSaveMultiValue(request.record(), &element, separator);
+  close_template(request, true);
+}
+
+void set(Request& request) {
+  parser().HTTP_Parser_Set_fn(request.record(), request.entries(), request.count());
+}
+
+// Every exported function that uses memory.
+std::vector<Use> uses() {
+  const Fields edits = {{"ParserFilename", kPath},
+                        {"ServiceName", "fax"},
+                        {"AttributeName", "PhoneNumber"},
+                        {"AttributeValue", "7;8"},
+                        {"Action", "update"},
+                        {"ServiceName", "qvn_dscrpt_metadata"},
+                        {"InvocationName", "NULL"},
+                        {"AttributeName", "MetaDataPrompt"},
+                        {"AttributeType", "string"},
+                        {"AttributeValue", "p"},
+                        {"Action", "update"},
+                        {"ServiceName", "fax"},
+                        {"AttributeName", "Paths"},
+                        {"AttributeValue", "x/1,y/2"},
+                        {"Action", "delete"},
+                        {"ServiceName", "fax"},
+                        {"AttributeName", "Paths"},
+                        {"Action", "delete"},
+                        {"ServiceName", "qvn_svc_general"},
+                        {"Action", "delete"}};
+  Fields copied_edits = edits;
+  copied_edits.push_back({"CopyParserFilename", "B.KTP"});
+  return {
+      {"open and close",
+       {},
+       [](Request& request) {
+         open_template(request);
+         close_template(request, false);
+       }},
+      {"open over an open one",
+       {},
+       [](Request& request) {
+         open_template(request);
+         open_template(request);
+         close_template(request, false);
+       }},
+      {"plain output",
+       {},
+       [](Request& request) { print_attribute(request, parser().HTTP_Parser_Get_fn); }},
+      {"script output",
+       {},
+       [](Request& request) { print_attribute(request, parser().HTTP_Parser_JS_Get_fn); }},
+      {"list", {}, [](Request& request) { list_pool(request, parser().HTTP_Parser_List_fn); }},
+      {"filtered list",
+       {},
+       [](Request& request) { list_pool(request, parser().HTTP_Parser_List_Non_WIA_fn); }},
+      {"list of invocations", {}, list_invocations},
+      {"one value",
+       {},
+       [](Request& request) {
+         char path[] = "/tmp/template/pool/web/A.KTP";
+         char service[] = "fax";
+         char attribute[] = "Paths";
+         parser().TempSuppGetAttributeValue(request.record(), path, service, attribute);
+         close_template(request, false);
+       }},
+      {"list save", {}, save_list},
+      {"update", edits, set},
+      {"update of a copy", copied_edits, set},
+      {"copy",
+       {{"ParserFilename", kPath}, {"CopyParserFilename", "B.KTP"}},
+       [](Request& request) {
+         parser().HTTP_Parser_Copy_fn(request.record(), request.entries(), request.count());
+       }},
+      {"copy without a name",
+       {{"ParserFilename", kPath}},
+       [](Request& request) {
+         parser().HTTP_Parser_Copy_fn(request.record(), request.entries(), request.count());
+       }},
+      {"delete",
+       {{"ParserFilename", kPath}},
+       [](Request& request) {
+         parser().HTTP_Parser_Delete_fn(request.record(), request.entries(), request.count());
+       }},
+  };
+}
+
+class Memory : public ModuleFiles {
+ protected:
+  static void lay_down() {
+    write_template(kPath, {{"qvn_svc_general", "JobTemplateCreator", "string", {"Office"}},
+                           {"fax", "PhoneNumber", "string", {"555,1", "556"}},
+                           {"fax", "Paths", "string", {"x/1", "y/2", "\"q\"\\'"}}});
+  }
+};
+
+// Runs a use in a child of its own, its n-th allocation failing. Returns the child's wait status.
+int run_failing(const Use& use, long n) {
+  const pid_t child = fork();
+  if (child == 0) {
+    Request request(use.form);
+    fail_allocation(n, Allocator::any);
+    use.run(request);
+    const bool failed = allocation_failed();
+    fail_allocation(0, Allocator::any);
+    _exit(failed ? 0 : kNothingFailed);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status;
+}
+
+TEST_F(Memory, FailingAnywhereEndsInATextOrIsSurvived) {
+  auto* last_level = static_cast<int*>(
+      mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  journal().mirror_level(last_level);
+  for (const Use& use : uses()) {
+    SCOPED_TRACE(use.name);
+    int status = 0;
+    long n = 0;
+    do {
+      lay_down();
+      status = run_failing(use, ++n);
+      ASSERT_TRUE(WIFEXITED(status)) << "allocation " << n << ", wait status " << status;
+      if (WEXITSTATUS(status) == 1) {
+        EXPECT_EQ(*last_level, LOG_LEVEL_ERROR) << "allocation " << n;
+      }
+      ASSERT_LT(n, 10000);
+    } while (WEXITSTATUS(status) < kNothingFailed);
+    EXPECT_EQ(WEXITSTATUS(status), kNothingFailed) << "allocation " << n;
+    EXPECT_GT(n, 1);
+  }
+  journal().mirror_level(nullptr);
+  munmap(last_level, sizeof(int));
+}
+
+TEST_F(Memory, IsNotKeptOverAThousandCalls) {
+  for (const Use& use : uses()) {
+    lay_down();
+    Request request(use.form);
+    const auto run = [&] {
+      use.run(request);
+      release_values();
+    };
+    journal().pause();
+    for (int turn = 0; turn < 40; ++turn) run();  // fills the caches of the store
+    const long before = held_blocks();
+    for (int turn = 0; turn < 1000; ++turn) run();
+    EXPECT_EQ(held_blocks(), before) << use.name;
+    journal().resume();
+  }
+}
+
+}  // namespace

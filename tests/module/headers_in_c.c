@@ -1,0 +1,11 @@
+/* The public headers as C11 reads them: the layout of every record. */
+/* SPDX-License-Identifier: MIT */
+#include <stddef.h>
+
+#include "headers_layout.h"
+#include "http_parser.h"
+#include "log.h"
+#include "server.h"
+#include "templateWrapper.h"
+
+const size_t kLayoutInC[] = {HEADERS_LAYOUT};
