@@ -3,6 +3,7 @@
 #include "page_expansion.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -105,6 +106,7 @@ class PageRun {
   void call_function(const PageTag& tag) {
     const TemplateUse use = tag.function->use;
     if (use == TemplateUse::opens || use == TemplateUse::opens_own) discard_open_template();
+    const auto reason = std::to_array(record_.Reason);
     TagOutput output(*tag.function, tag.format);
     std::string argument = tag.argument;
     record_.tag = &output;
@@ -113,6 +115,11 @@ class PageRun {
     stream_.write(output.finish());
     if (!output.fault().empty()) fault_ = fault_text({tag.at, output.fault()});
     if (use == TemplateUse::opens) log_open_error();
+    if (use == TemplateUse::opens_own) {
+      // What a listing met in templates of its own is no failure of the page.
+      discard_open_template();
+      std::ranges::copy(reason, record_.Reason);
+    }
   }
 
   // Closes the open template without saving and without its hidden field in the page.

@@ -94,8 +94,11 @@ void js_get(QVN_AppData* udata, char* arg) {
   }
 }
 
+// Leaves behind what a file of the pool that did not open leaves.
 void list_non_wia(QVN_AppData* udata, char* arg) {
   note_call("List_Non_WIA", udata, arg);
+  udata->parserTemplate = &open_template_;
+  std::snprintf(udata->Reason, sizeof udata->Reason, "Template not available : of the pool");
   for (const std::string& value : double_.values) {
     if (value == double_.values[0]) {
       adiprintf(udata, "%s", with_backslashes(value, false).c_str());

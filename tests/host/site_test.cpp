@@ -165,6 +165,20 @@ TEST_F(SiteTest, TellsWhyATemplateDidNotOpen) {
   EXPECT_EQ(request("/p.html").status, 200);
 }
 
+TEST_F(SiteTest, TakesNoFailureOfAListingForOneOfThePage) {
+  const std::string list =
+      json_block(R"(<!--#parser fn="HTTP_Parser_List_Non_WIA_fn" format="json"-->)");
+  write("p.html", list + "<!--#reason-->");
+  const Response response = request("/p.html");
+  EXPECT_EQ(response.status, 200);
+  EXPECT_EQ(response.body, json_block("[]"));
+  EXPECT_EQ(module_double().calls,
+            (std::vector<std::string>{"List_Non_WIA()+page", "Close(FALSE)", "release_values"}));
+  write("p.html", kOpen + kClose + list + "<!--#reason-->");
+  EXPECT_EQ(request("/p.html", {{"ParserFilename", "/tmp/template/pool/missing.KTP"}}).body,
+            json_block("[]") + "Template not available : /tmp/template/pool/missing.KTP");
+}
+
 TEST_F(SiteTest, TranslatesPhrasesAndShowsTheTokenOfAMissingOne) {
   write("p.html", R"(<p title="<!--#phrase id="name"-->"><!--#phrase id="no&quot;ne"-->)");
   EXPECT_EQ(request("/p.html").body, "<p title=\"Name &amp; &lt;title&gt;\">no&quot;ne");
