@@ -36,7 +36,7 @@ class Directory {
   [[nodiscard]] std::string file(std::string_view name) const {
     return path_ + "/" + std::string(name);
   }
-  [[nodiscard]] std::string write(std::string_view name, std::string_view bytes) const {
+  std::string write(std::string_view name, std::string_view bytes) const {
     std::ofstream(file(name), std::ios::binary) << bytes;
     return file(name);
   }
