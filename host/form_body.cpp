@@ -119,8 +119,11 @@ std::string_view disposition_of(std::string_view lines) {
   while (!lines.empty()) {
     const size_t end = std::min(lines.find(kLineEnd), lines.size());
     const std::string_view line = lines.substr(0, end);
-    const size_t colon = std::min(line.find(':'), line.size());
-    if (is_same_word(line.substr(0, colon), "Content-Disposition")) return line.substr(colon + 1);
+    const size_t colon = line.find(':');
+    if (colon != std::string_view::npos &&
+        is_same_word(line.substr(0, colon), "Content-Disposition")) {
+      return line.substr(colon + 1);
+    }
     lines.remove_prefix(std::min(end + kLineEnd.size(), lines.size()));
   }
   return "";

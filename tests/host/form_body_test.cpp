@@ -161,6 +161,7 @@ TEST(MultipartForm, RefusesWhatIsBroken) {
       {"header without end", "--XX\r\nContent-Disposition: form-data; name=a\r\n--XX--",
        "part 1 of the form has no end of its header."},
       {"no disposition", "--XX\r\nContent-Type: text/plain\r\n\r\n1\r\n--XX--", unnamed},
+      {"disposition without colon", "--XX\r\nContent-Disposition\r\n\r\n1\r\n--XX--", unnamed},
       {"another disposition", part("attachment; name=\"a\"", "1") + "--XX--", unnamed},
       {"no name", part("form-data; filename=\"a\"", "1") + "--XX--", unnamed},
       {"open quotation mark", part("form-data; name=\"a", "1") + "--XX--", unnamed},
