@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const size_t line_end = input.find('\n');
   if (line_end == std::string_view::npos) return 0;
   const std::string_view body = input.substr(line_end + 1);
-  const platen::FormLimits limits{64 * 1024, 100, 32};
+  const platen::FormLimits limits{1 << 16, 100, 32};
   std::vector<platen::FormField> fields;
   const auto refusal =
       platen::decode_form({input.substr(0, line_end), body.size(), body}, limits, &fields);

@@ -155,7 +155,7 @@ void Accounts::store_password(std::string_view name, const std::string& hashed, 
 std::string Accounts::change_password(std::string_view name, std::string_view old_password,
                                       std::string_view next, std::string_view address,
                                       std::string_view kept_cookie) {
-  const std::string fault = password_fault(next);
+  std::string fault = password_fault(next);
   if (!fault.empty()) return fault;
   if (next == old_password) {
     return "The new password is the old one; choose another.";

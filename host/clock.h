@@ -9,6 +9,10 @@
 
 namespace platen {
 
+constexpr int64_t kMinute = 60;  // seconds
+constexpr int64_t kHour = 60 * kMinute;
+constexpr int64_t kDay = 24 * kHour;
+
 // Seconds since 1970, UTC. It may be set back while platend runs.
 using Clock = std::function<int64_t()>;
 

@@ -10,8 +10,8 @@
 namespace platen {
 namespace {
 
-constexpr int64_t kLongestWait = 15 * 60;
-constexpr int64_t kForgetAfter = 60 * 60;
+constexpr int64_t kLongestWait = 15 * kMinute;
+constexpr int64_t kForgetAfter = kHour;
 
 constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS failed_try ("

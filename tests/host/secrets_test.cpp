@@ -13,27 +13,29 @@ namespace {
 
 constexpr PasswordCost kCheap{1, 8192};
 
+std::string hash_of(Database& database) { return SecretKey(database, "purpose1").hash("text"); }
+
 TEST(SecretKey, IsTheSameForAPurposeAndForNoOther) {
   TemporaryDirectory directory;
   Database database(directory.file("d"));
-  const std::string hash = SecretKey(database, "purpose1").hash("text");
+  const std::string hash = hash_of(database);
   EXPECT_EQ(hash.size(), 64U);
   Database reopened(directory.file("d"));
-  EXPECT_EQ(SecretKey(reopened, "purpose1").hash("text"), hash);
+  EXPECT_EQ(hash_of(reopened), hash);
   EXPECT_NE(SecretKey(database, "purpose1").hash("texT"), hash);
   EXPECT_NE(SecretKey(database, "purpose2").hash("text"), hash);
   Database other(directory.file("other"));
-  EXPECT_NE(SecretKey(other, "purpose1").hash("text"), hash);
+  EXPECT_NE(hash_of(other), hash);
 }
 
 TEST(SecretKey, RefusesADamagedSecret) {
   for (const char* digits : {"", "00", "zz", "0123456789abcdef0123456789abcdef0123456789abcde"}) {
     TemporaryDirectory directory;
     Database database(directory.file("d"));
-    SecretKey(database, "purpose1");
+    hash_of(database);
     database.run("UPDATE server_secret SET digits = ?1", digits);
     try {
-      SecretKey(database, "purpose1");
+      hash_of(database);
       FAIL() << digits;
     } catch (const DatabaseError& error) {
       EXPECT_EQ(

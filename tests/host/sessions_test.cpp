@@ -53,11 +53,11 @@ TEST_F(SessionsTest, KeepsNoCookieInTheDatabase) {
 
 TEST_F(SessionsTest, EndsAfterTheIdleTime) {
   const std::string cookie = sessions_.start("erika");
-  time_.now += 30 * 60 - 1;
+  time_.now += 30 * kMinute - 1;
   EXPECT_EQ(state(cookie), SessionState::active);
-  time_.now += 30 * 60 - 1;
+  time_.now += 30 * kMinute - 1;
   EXPECT_EQ(state(cookie), SessionState::active);
-  time_.now += 30 * 60;
+  time_.now += 30 * kMinute;
   EXPECT_EQ(state(cookie), SessionState::ended);
 }
 
@@ -89,7 +89,7 @@ TEST_F(SessionsTest, SurvivesASmallCorrectionOfTheClockOnly) {
   const std::string cookie = sessions_.start("erika");
   time_.now -= 5;
   EXPECT_EQ(state(cookie), SessionState::active);
-  time_.now -= 24 * 60 * 60;
+  time_.now -= kDay;
   EXPECT_EQ(state(cookie), SessionState::ended);
 }
 
@@ -111,7 +111,7 @@ TEST_F(SessionsTest, EndsOneOrAllOrAllButOne) {
 
 TEST_F(SessionsTest, TellsAnEndForADayAndThenForgets) {
   const std::string cookie = sessions_.start("erika");
-  time_.now += 36 * 60 * 60;
+  time_.now += kDay + 12 * kHour;
   sessions_.start("max");
   EXPECT_EQ(state(cookie), SessionState::ended);
   time_.now += 1;

@@ -111,7 +111,7 @@ TEST_F(ThrottleTest, ForgivesNoFailureOfTheAddressByASuccessOfAnother) {
 
 TEST_F(ThrottleTest, ForgetsAfterAnHour) {
   fail(9);
-  time_.now += 60 * 60 + 1;
+  time_.now += kHour + 1;
   fail(5);
   EXPECT_EQ(throttle_.begin("account:a", "10.0.0.1"), 1);
 }
@@ -120,7 +120,7 @@ TEST_F(ThrottleTest, WaitsNoLongerThanToldWhenTheClockIsSetBack) {
   fail(6);
   time_.now -= 600;
   EXPECT_EQ(throttle_.begin("account:a", "10.0.0.1"), 2);
-  time_.now -= 24 * 60 * 60;
+  time_.now -= kDay;
   EXPECT_EQ(throttle_.begin("account:a", "10.0.0.1"), 0);
 }
 
