@@ -42,7 +42,7 @@ std::string cgi_text(const Response& response, Body body) {
       std::string(status_name(response.status)) + "\r\nContent-Type: " + response.content_type +
       "\r\nContent-Length: " + std::to_string(response.body.size()) + "\r\n" + kPageHeaders;
   for (const auto& [name, value] : response.headers) {
-    text += name + ": " + value + "\r\n";
+    text.append(name).append(": ").append(value).append("\r\n");
   }
   return text + "\r\n" + (body == Body::sent ? response.body : "");
 }

@@ -38,7 +38,7 @@ int refuse(const std::string& error) {
 // Prints every fault of the pages; false when there is one.
 bool pages_are_sound(const Options& options, FILE* stream) {
   std::error_code fault;
-  fs::directory_iterator(options.pages, fault);
+  const fs::directory_iterator first_page(options.pages, fault);
   if (fault) {
     refuse("the pages in " + options.pages + " cannot be read: " + fault.message() +
            "; choose their directory with --pages");

@@ -105,6 +105,11 @@ Argument split_argument(const std::string& argument) {
   return {argument.substr(0, equals), argument.substr(equals + 1), true};
 }
 
+std::string assignment(std::string_view name, const std::string& value) {
+  std::string text(name);
+  return text.append("=").append(value);
+}
+
 void fill_defaults(Options* options) {
   const auto fill = [](std::string* field, const std::string& value) {
     if (field->empty()) {
@@ -157,15 +162,14 @@ bool parse_options(const std::vector<std::string>& arguments, Options* options,
 std::vector<std::string> option_arguments(const Options& options) {
   std::vector<std::string> arguments;
   for (const OptionRow& row : kOptions) {
-    const std::string name(row.name);
     if (const auto* flag = std::get_if<Flag>(&row.target)) {
       if (options.*flag->field) {
-        arguments.push_back(name);
+        arguments.emplace_back(row.name);
       }
     } else if (const auto* number = std::get_if<Number>(&row.target)) {
-      arguments.push_back(name + "=" + std::to_string(options.*number->field));
+      arguments.push_back(assignment(row.name, std::to_string(options.*number->field)));
     } else if (const auto& text = options.*std::get<Text>(row.target).field; !text.empty()) {
-      arguments.push_back(name + "=" + text);
+      arguments.push_back(assignment(row.name, text));
     }
   }
   return arguments;

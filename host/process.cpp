@@ -15,10 +15,12 @@ namespace platen {
 
 std::string find_program(const std::string& name) {
   const char* path = getenv("PATH");
-  std::istringstream directories(std::string(path == nullptr ? "" : path) + ":/usr/sbin:/sbin");
+  std::string places = path == nullptr ? "" : path;
+  std::istringstream directories(places.append(":/usr/sbin:/sbin"));
   std::string directory;
   while (std::getline(directories, directory, ':')) {
-    const std::string program = directory + "/" + name;
+    std::string program = directory;
+    program.append("/").append(name);
     if (!directory.empty() && access(program.c_str(), X_OK) == 0) {
       return program;
     }

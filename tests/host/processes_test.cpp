@@ -88,9 +88,9 @@ TEST(Sandbox, BindsTheDataAfterTheFreshDirectories) {
   const auto arguments =
       sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, "/tmp/s", 3});
   const auto at = [&](const std::vector<std::string>& part) {
-    const auto found = std::ranges::search(arguments, part);
-    EXPECT_FALSE(found.empty()) << part.front() << " " << part.back();
-    return found.begin() - arguments.begin();
+    const auto found = std::search(arguments.begin(), arguments.end(), part.begin(), part.end());
+    EXPECT_NE(found, arguments.end()) << part.front() << " " << part.back();
+    return found - arguments.begin();
   };
   EXPECT_LT(at({"--dir", "/tmp"}), at({"--ro-bind-try", "/tmp/m.so", "/tmp/m.so"}));
   EXPECT_LT(at({"--dir", "/tmp"}), at({"--bind", "/tmp/d", "/tmp/d"}));
