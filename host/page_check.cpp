@@ -212,7 +212,9 @@ class HtmlChecker {
   std::vector<bool> seen_;
 };
 
+// A script without tags is the browser's to judge.
 void check_script(const MarkedText& marked, std::vector<Fault>* faults) {
+  if (marked.markers().empty()) return;
   const ScriptStrings strings = find_script_strings(marked.text());
   if (strings.unclosed) {
     faults->push_back({marked.position(*strings.unclosed),

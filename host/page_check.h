@@ -10,8 +10,9 @@
 namespace platen {
 
 // Adds a fault for each tag whose output would stand in a wrong place, for each inline script,
-// style or event of an HTML page, for a string of a script page that is not closed, and for each
-// function that would close the page's open template. `name` tells by its suffix what the page is.
+// style or event of an HTML page, for a string of a script page with tags that is not closed, and
+// for each function that would close the page's open template. `name` tells by its suffix what the
+// page is.
 void check_page(std::string_view name, Page* page);
 
 }  // namespace platen

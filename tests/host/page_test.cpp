@@ -226,6 +226,7 @@ TEST_F(PageTest, LetsJsStandAloneBetweenTheQuotesOfAScriptPage) {
   expect_faults(
       "p.js",
       {
+          {"var a = \"not closed", ""},
           {"var a = \"" + kGetJs + "\";", ""},
           {"var a = '" + kGetJs + "', b = '<!--#reason format=\"js\"-->';", ""},
           {"var a = " + kGetJs + ";", "p.js:1:9: " + beside},

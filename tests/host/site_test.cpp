@@ -265,7 +265,7 @@ TEST_F(SiteTest, LogsTheFailuresOfTheStore) {
 TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
   write("b.html", "<!--#include file=\"x.inc\"-->");
   write("a.html", "\n<!--#include file=\"x.inc\"-->");
-  write("sub/c.js", "a = 'b");
+  write("sub/c.js", "a = '<!--#reason format=\"js\"-->");
   write("x.inc", "<!--#oh-->");
   write("static/plain.js", "a = '");
   write(".hidden/p.html", "<!--#");
