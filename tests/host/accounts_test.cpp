@@ -76,6 +76,12 @@ TEST_F(AccountsTest, SlowsFailedLoginsOfKnownAndUnknownNamesAlike) {
   EXPECT_EQ(log_in("erika", password), Outcome::right);
 }
 
+TEST_F(AccountsTest, DoesTheWorkOfACheckForAnUnknownName) {
+  // At a cost that no machine can pay, the work shows by its failure.
+  Accounts unpayable(database_, sessions_, {1, ~size_t{0}}, time_.clock());
+  EXPECT_THROW(unpayable.authenticate("nobody", "any password", kFrom), std::runtime_error);
+}
+
 TEST_F(AccountsTest, TellsThatAnAccountIsDisabledToItsOwnerOnly) {
   const std::string password = add("erika");
   EXPECT_EQ(accounts_.set_disabled("erika", true), "");
