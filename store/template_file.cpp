@@ -134,6 +134,7 @@ Status LockedDirectory::lock(std::string_view path) {
   std::string directory =
       slash == std::string_view::npos ? "." : std::string(path.substr(0, slash + 1));
   name_ = path.substr(slash + 1);
+  if (name_.empty()) return {Code::kNotRegular, 0, nullptr, 0, 0};
   constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
   directory_.reset(
       retry_interrupted([&] { return calls().openat(AT_FDCWD, directory.c_str(), kFlags, 0); }));
