@@ -254,6 +254,12 @@ void PrivSaveMultiValue(QVN_AppData* inUdata, HTTP_PARSER_Set_Element* inElement
    stays). Exits on null `udata` or `entries` and on an exhausted heap. */
 int HTTP_Parser_Copy_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
 
+/* As HTTP_Parser_Copy_fn(), for putting a factory template back into service: "ParserFilename" is a
+   bare file name in "/tmp/template/pool/factory" and "CopyParserFilename" one in
+   "/tmp/template/pool/system"; a source path of more than 254 bytes is refused like a destination.
+   The system's default template cannot be restored. */
+int HTTP_Parser_Restore_Defaults_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
+
 /* Deletes the template file that the first field "ParserFilename" names. Returns 0 when it was
    deleted; 1 without that field, for a path that ValidTemplatePath() refuses, for the system's
    default template, and when the store could not delete it. Exits on a null record. */
@@ -277,6 +283,47 @@ void HTTP_Parser_List_Non_WIA_fn(QVN_AppData* udata, char* arg);
    empty the last form entry "InvocationName", is the name of the service. Exits on a null record.
  */
 void HTTP_Parser_List_Invocations_fn(QVN_AppData* udata, char* arg);
+
+/* Prints the document-metadata fields of the open template as statements of a script: seven empty
+   arrays, then for each invocation of "qvn_dscrpt_metadata" one element of each. Values are escaped
+   for double-quoted strings; of the default value, label and name the slashes too; an absent value
+   is the empty string. `arg` is not used. Without a record or an open template logs that and prints
+   nothing. Leaves the values it read to jt_release_values(). Exits on an exhausted heap. */
+void HTTP_Parser_Print_Meta_Data_Attributes_fn(QVN_AppData* udata, char* arg);
+
+/* Prints the filing destinations of the open template (invocations of "qvn_svc_file"), joined by
+   "&": invocation name, "FilingProtocol", "RepositoryName", "DocumentPath", "RepositoryAlias",
+   "RepositoryVolume", "LoginName" and "DocumentFilingPolicy", joined by ",", unescaped; an absent
+   value is empty. `arg` is not used. Logs its exit only. Leaves the values it read to
+   jt_release_values(). Exits on a null record. */
+void HTTP_Parser_List_Destinations_fn(QVN_AppData* udata, char* arg);
+
+/* Prints the groups of settings that can be cloned, in the user's language, as one text of at most
+   2046 bytes (cut at that): for each group its token, ",", its name, ",", and its sub-groups' names
+   each followed by "?"; then "," when any sub-group was printed so far. The last character of the
+   whole is left off. A group without a name, and one whose condition does not hold, is left out; at
+   most 50 groups, and 50 sub-groups of each, are read. `arg` is not used. Exits on a null record.
+ */
+void HTTP_Parser_Clone_fn(QVN_AppData* udata, char* arg);
+
+/* Readers of the clone file: lines of comma-separated fields, of which the second is the group's
+   token, the third its condition ("KEY == VALUE" or nothing) and the others the tokens of its
+   sub-groups. A line of 200 bytes or more (2048 for conditions) is read as several lines. A file
+   that cannot be opened is logged at level 3 and holds no groups. */
+
+/* Stores the tokens of all groups in `tokens`, room for 50, in file order. Returns their number. */
+int FnGetGroupTokens(int* tokens);
+
+/* Stores the sub-group tokens of the first record of `tokenEntered` in `tokens`, room for 50,
+   leaving out those that are 0 or no number. Returns their number, 0 when there is no such record.
+ */
+int FnGetSubStringTokens(int tokenEntered, int* tokens);
+
+/* Splits the condition of the first record of `tokenEntered` into `optCondStr`, at most 1064 bytes,
+   and `optCondVal`, at most 20 bytes; both are terminated only when shorter, and both are empty
+   when there is no condition. The last field of a line keeps its line end. Returns 1, or 0 with
+   nothing written when there is no such record. */
+int FnGetOptionalConditon(int tokenEntered, char* optCondStr, char* optCondVal);
 
 /* Returns `inArg` when it is neither null nor empty, else the value of the first form entry named
    `inParamName`, else null. The result is borrowed. */

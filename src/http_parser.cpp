@@ -1,10 +1,11 @@
-// Parser functions of the template pages: open and close, output, update, copies and listings.
+// Parser functions of the template pages and of the clone page.
 // SPDX-License-Identifier: MIT
 #include "http_parser.h"
 
 #include <fcntl.h>
 
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -12,12 +13,14 @@
 #include <type_traits>
 #include <utility>
 
+#include "configapi.h"
 #include "log.h"
 #include "request.h"
 #include "server.h"
 #include "templateWrapper.h"
 #include "text.h"
 #include "trace.h"
+#include "xpaths.h"
 
 namespace {
 
@@ -33,6 +36,10 @@ constexpr std::size_t kNewNameSize = 1000;
 constexpr char kDefaultTemplate[] = "/tmp/template/pool/system/default.ktp";
 constexpr char kGeneralService[] = "qvn_svc_general";
 constexpr char kMetadataService[] = "qvn_dscrpt_metadata";
+
+using ListName = EscapedText<2>;
+using ScriptText = EscapedText<4>;
+using ScriptTextWithSlashes = EscapedText<3>;
 
 // The device definition that edited templates are marked with.
 enum enum_KLV { JT_GEN_KLV_GENERIC = 13 };
@@ -127,7 +134,7 @@ void print_item(QVN_AppData& request, const char* separator, const char* text) {
 // As print_item, escaped for a string of a script. Slashes of all but the first value stay bare:
 // the pages that split these lists expect them so.
 void print_script_item(QVN_AppData& request, const char* separator, const char* text) {
-  const EscapedText escaped(kSource, text, kScriptText);
+  const ScriptText escaped(kSource, text, kScriptText);
   print_item(request, separator,
              separator == nullptr ? escaped.c_str() : escaped.without_last_row());
 }
@@ -455,6 +462,7 @@ struct CopyPlan {
 };
 
 constexpr CopyPlan kCopy = {nullptr, "/tmp/template/pool/web"};
+constexpr CopyPlan kRestoreDefaults = {"/tmp/template/pool/factory", kSystemPool};
 
 // A path of a copy, borrowed from the form or built and owned.
 struct CopyPath {
@@ -606,7 +614,7 @@ bool is_made_by_scan_driver(QVN_AppData* udata, char* directory, char* file_name
 }
 
 void print_template_name(QVN_AppData* udata, const char* name, bool first) {
-  const EscapedText escaped(kSource, name, kListName);
+  const ListName escaped(kSource, name, kListName);
   adiprintf(udata, first ? "%s" : " %s", escaped.c_str());
 }
 
@@ -623,6 +631,206 @@ char* invocations_service(const QVN_AppData& request, char* arg) {
     LOG_LINE(LOG_LEVEL_VALUES, "Found HTTP_PARSER_FORM_INVOCATION_NAME: %s", name);
   }
   return name;
+}
+
+// ---- Metadata fields and destinations. ----
+
+// The first value of an attribute, which the store keeps until its values are released, or null.
+const char* first_value(TemplateObject* tpl, const char* service, const char* invocation,
+                        const char* attribute) {
+  return ReadAttributeStringWInvocUseFirstAsString(tpl, service, invocation, attribute, TRUE);
+}
+
+void print_metadata_arrays(QVN_AppData* udata) {
+  adiprintf(udata, "var defaultValue       = new Array();\n");
+  adiprintf(udata, "var fieldLabel         = new Array();\n");
+  adiprintf(udata, "var fieldName          = new Array();\n");
+  adiprintf(udata, "var invocationName     = new Array();\n");
+  adiprintf(udata, "var maskUserInput      = new Array();\n");
+  adiprintf(udata, "var requireUserInput   = new Array();\n");
+  adiprintf(udata, "var validateData\t      = new Array();\n");
+}
+
+void print_metadata_field(QVN_AppData* udata, const char* invocation, int invocationCounter) {
+  TemplateObject* tpl = open_template(*udata);
+  const auto value = [&](const char* attribute) {
+    return first_value(tpl, kMetadataService, invocation, attribute);
+  };
+  const auto full = [](const char* text) { return ScriptText(kSource, text, kScriptText); };
+  const auto brief = [](const char* text) {
+    return ScriptTextWithSlashes(kSource, text, kScriptText);
+  };
+  const char* default_value = value("MetaDataDefaultValue");
+  const char* prompt = value("MetaDataPrompt");
+  const char* field_name = value("MetaDataFieldName");
+  const char* masking = value("MetaDataMaskingRequired");
+  const char* entry = value("MetaDataRequiredEntry");
+  const char* validation = value("MetaDataValidationRequired");
+  adiprintf(udata, "defaultValue[%d]        = \"%s\";\n", invocationCounter,
+            full(default_value).c_str());
+  adiprintf(udata, "fieldLabel[%d]          = \"%s\";\n", invocationCounter, full(prompt).c_str());
+  adiprintf(udata, "fieldName[%d]           = \"%s\";\n", invocationCounter,
+            full(field_name).c_str());
+  adiprintf(udata, "maskUserInput[%d]       = \"%s\";\n", invocationCounter,
+            brief(masking).c_str());
+  adiprintf(udata, "requireUserInput[%d]    = \"%s\";\n", invocationCounter, brief(entry).c_str());
+  adiprintf(udata, "validateData[%d]        = \"%s\";\n", invocationCounter,
+            brief(validation).c_str());
+  adiprintf(udata, "invocationName[%d]      = \"%s\";\n", invocationCounter, invocation);
+}
+
+void print_destination(QVN_AppData* udata, const char* prefix, const char* invocation) {
+  TemplateObject* tpl = open_template(*udata);
+  const auto value = [&](const char* attribute) {
+    return text_or_empty(first_value(tpl, "qvn_svc_file", invocation, attribute));
+  };
+  const char* path = value("DocumentPath");
+  const char* policy = value("DocumentFilingPolicy");
+  const char* protocol = value("FilingProtocol");
+  const char* alias = value("RepositoryAlias");
+  const char* login = value("LoginName");
+  const char* repository = value("RepositoryName");
+  const char* volume = value("RepositoryVolume");
+  adiprintf(udata, "%s%s,%s,%s,%s,%s,%s,%s,%s", prefix, invocation, protocol, repository, path,
+            alias, volume, login, policy);
+}
+
+// ---- Clone groups. ----
+
+constexpr std::size_t kMostTokens = 50;
+constexpr std::size_t kTokenLine = 200;
+constexpr std::size_t kConditionLine = 2048;
+constexpr std::size_t kValueSize = 1064;
+constexpr std::size_t kConditionValueSize = 20;
+
+// The clone file, read line by line; a line of `kSize` bytes or more comes in pieces.
+template <std::size_t kSize>
+class CloneFile {
+ public:
+  CloneFile() {
+    const char* directory = xpaths_get_path("nc_dlms_data");
+    if (directory != nullptr) {
+      file_ = xpaths_open_file(directory, "clone/data/clone_file_webui", "rb");
+    }
+    if (file_ == nullptr) LOG_LINE(LOG_LEVEL_ERROR, "Can't open clone web file");
+  }
+  ~CloneFile() {
+    if (file_ != nullptr) std::fclose(file_);
+  }
+
+  CloneFile(const CloneFile&) = delete;
+  CloneFile& operator=(const CloneFile&) = delete;
+
+  // Moves to the next line that has a ",". Returns false at the end and for a missing file.
+  bool next_record() {
+    while (file_ != nullptr && std::fgets(line_, kSize, file_) != nullptr) {
+      char* comma = std::strchr(line_, ',');
+      if (comma == nullptr) continue;
+      char* end = std::strchr(comma + 1, ',');
+      if (end != nullptr) *end = '\0';
+      token_ = number(comma + 1);
+      third_ = end != nullptr ? end + 1 : nullptr;
+      return true;
+    }
+    return false;
+  }
+
+  // Moves to the first record of a group token. Returns false when there is none.
+  bool find_record(int token) {
+    while (next_record()) {
+      if (token_ == token) return true;
+    }
+    return false;
+  }
+
+  static int number(const char* text) { return static_cast<int>(std::strtol(text, nullptr, 10)); }
+
+  int token() const { return token_; }
+  // Field 3 and what follows it in the line, or null.
+  char* third() const { return third_; }
+
+ private:
+  std::FILE* file_ = nullptr;
+  char line_[kSize] = "";
+  int token_ = 0;
+  char* third_ = nullptr;
+};
+
+// Splits a condition `key == value`; a text without "==" is none.
+void split_condition(char* condition, char* optCondStr, char* optCondVal) {
+  constexpr std::size_t kOperator = sizeof("== ") - 1;
+  char* operation = std::strstr(condition, "==");
+  *optCondStr = '\0';
+  *optCondVal = '\0';
+  if (operation == nullptr) return;
+  if (std::strlen(operation) > kOperator) {
+    copy_bounded(optCondVal, operation + kOperator, kConditionValueSize);
+  }
+  if (operation == condition) return;
+  operation[-1] = '\0';
+  copy_bounded(optCondStr, condition, kValueSize);
+}
+
+// Tells whether a group is to be shown: it is in the file and its condition, if any, holds.
+bool is_group_offered(int token) {
+  char optCondStr[kValueSize + 1] = "";
+  char optCondVal[kConditionValueSize + 1] = "";
+  char attrValue[kValueSize + 1] = "";
+  if (FnGetOptionalConditon(token, optCondStr, optCondVal) == 0) return false;
+  if (is_empty(optCondStr)) return true;
+  if (Cfg_GetAttrValue(optCondStr, attrValue, kValueSize) != 0) {
+    LOG_LINE(LOG_LEVEL_ERROR, "Value for %s could not be retrieved from the Config Server",
+             optCondStr);
+    return false;
+  }
+  if (!equals(attrValue, optCondVal)) {
+    LOG_LINE(LOG_LEVEL_ERROR, "OptionCondition is not satisfied");
+    return false;
+  }
+  return true;
+}
+
+// The name of a group or sub-group, or null, which is logged.
+const char* translated(int token, const char* displayLang) {
+  char tempToken[20];
+  format_into(tempToken, sizeof(tempToken), "%d?", token);
+  const char* name = Server_Translate_Phrase(tempToken, displayLang);
+  if (name == nullptr) LOG_LINE(LOG_LEVEL_ERROR, "Unable to translate the token %d", token);
+  return name;
+}
+
+// The text of all groups, as far as it fits.
+struct GroupNames {
+  char text[2048] = "";
+  int atLeastOneSubGroup = 0;  // never cleared: every group after the first sub-group ends alike
+};
+
+void append_group(GroupNames& groupNames, int token, const char* name, const char* displayLang) {
+  char key[20];
+  format_into(key, sizeof(key), "%d", token);
+  for (const char* piece : {static_cast<const char*>(key), ",", name, ","}) {
+    append_text(groupNames.text, piece);
+  }
+  int subGrpTokens[kMostTokens];
+  const int noOfSubGroupTokens = FnGetSubStringTokens(token, subGrpTokens);
+  for (int i = 0; i < noOfSubGroupTokens; ++i) {
+    const char* sub_name = translated(subGrpTokens[i], displayLang);
+    if (sub_name == nullptr) continue;
+    ++groupNames.atLeastOneSubGroup;
+    append_text(groupNames.text, sub_name);
+    append_text(groupNames.text, "?");
+  }
+  if (groupNames.atLeastOneSubGroup != 0) append_text(groupNames.text, ",");
+}
+
+const char* display_language(const QVN_AppData& request) {
+  const char* displayLang = Server_Translate_Phrase("9998?", request.preferredLang);
+  if (displayLang == nullptr) {
+    LOG_LINE(LOG_LEVEL_WARNING, "Could not translate language token");
+    displayLang = "en-us";
+  }
+  LOG_LINE(LOG_LEVEL_LANGUAGE, "displayLang = %s", displayLang);
+  return displayLang;
 }
 
 }  // namespace
@@ -735,6 +943,13 @@ int HTTP_Parser_Copy_fn(QVN_AppData* udata, FormEntry* entries, int nEntries) {
   return copy_template(kCopy, *udata, form_entries(entries, nEntries));
 }
 
+int HTTP_Parser_Restore_Defaults_fn(QVN_AppData* udata, FormEntry* entries, int nEntries) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "Invalid NULL parameter! Exiting!");
+  require(kSource, entries, "Invalid NULL parameter! Exiting!");
+  return copy_template(kRestoreDefaults, *udata, form_entries(entries, nEntries));
+}
+
 int HTTP_Parser_Delete_fn(QVN_AppData* udata, FormEntry* entries, int nEntries) {
   const FunctionTrace trace(kSource);
   require(kSource, udata, "udata is NULL! Exiting!");
@@ -794,6 +1009,84 @@ void HTTP_Parser_List_Invocations_fn(QVN_AppData* udata, char* arg) {
     if (node != first) adiprintf(udata, ",");
     adiprintf(udata, "%s", node->szInvocationName);
   }
+}
+
+void HTTP_Parser_Print_Meta_Data_Attributes_fn(QVN_AppData* udata, char* /*arg*/) {
+  const FunctionTrace trace(kSource);
+  if (udata == nullptr || udata->parserTemplate == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "Invalid parameters.");
+    return;
+  }
+  const INVOCATION_STRUCT* first = ListInvocations(open_template(*udata), kMetadataService);
+  LOG_LINE(LOG_LEVEL_UNUSUAL, "  Returned from ListInvocations().");
+  print_metadata_arrays(udata);
+  int invocationCounter = 0;
+  for (const auto* node = first; node != nullptr; node = node->next) {
+    print_metadata_field(udata, node->szInvocationName, invocationCounter++);
+  }
+}
+
+void HTTP_Parser_List_Destinations_fn(QVN_AppData* udata, char* /*arg*/) {
+  const auto trace = FunctionTrace::exit_only(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  if (udata->parserTemplate == nullptr) {
+    LOG_LINE(LOG_LEVEL_ERROR, "udata->parserTemplate is NULL!");
+    return;
+  }
+  const INVOCATION_STRUCT* first = ListInvocations(open_template(*udata), "qvn_svc_file");
+  for (const auto* node = first; node != nullptr; node = node->next) {
+    print_destination(udata, node == first ? "" : "&", node->szInvocationName);
+  }
+}
+
+void HTTP_Parser_Clone_fn(QVN_AppData* udata, char* /*arg*/) {
+  const FunctionTrace trace(kSource);
+  require(kSource, udata, "udata is NULL! Exiting!");
+  const char* displayLang = display_language(*udata);
+  int grpTokens[kMostTokens];
+  const int noOfTokens = FnGetGroupTokens(grpTokens);
+  GroupNames groupNames;
+  for (int i = 0; i < noOfTokens; ++i) {
+    if (!is_group_offered(grpTokens[i])) continue;
+    const char* name = translated(grpTokens[i], displayLang);
+    if (name != nullptr) append_group(groupNames, grpTokens[i], name, displayLang);
+  }
+  const std::size_t length = text_length(groupNames.text);
+  if (length > 0) groupNames.text[length - 1] = '\0';
+  adiprintf(udata, "%s", groupNames.text);
+}
+
+int FnGetGroupTokens(int* tokens) {
+  CloneFile<kTokenLine> file;
+  std::size_t count = 0;
+  while (count < kMostTokens && file.next_record()) tokens[count++] = file.token();
+  return static_cast<int>(count);
+}
+
+int FnGetSubStringTokens(int tokenEntered, int* tokens) {
+  CloneFile<kTokenLine> file;
+  if (!file.find_record(tokenEntered) || file.third() == nullptr) return 0;
+  char* fourth = std::strchr(file.third(), ',');
+  if (fourth == nullptr) return 0;
+  std::size_t count = 0;
+  char* rest = nullptr;
+  char* piece = strtok_r(fourth, ",", &rest);
+  for (; piece != nullptr && count < kMostTokens; piece = strtok_r(nullptr, ",", &rest)) {
+    const int token = CloneFile<kTokenLine>::number(piece);
+    if (token != 0) tokens[count++] = token;
+  }
+  return static_cast<int>(count);
+}
+
+int FnGetOptionalConditon(int tokenEntered, char* optCondStr, char* optCondVal) {
+  CloneFile<kConditionLine> file;
+  if (!file.find_record(tokenEntered)) return 0;
+  char none[] = "";
+  char* condition = file.third() != nullptr ? file.third() : none;
+  char* end = std::strchr(condition, ',');
+  if (end != nullptr) *end = '\0';
+  split_condition(condition, optCondStr, optCondVal);
+  return 1;
 }
 
 bool_t ValidTemplatePath(char* checkPath) {

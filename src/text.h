@@ -58,6 +58,13 @@ void append_text(char (&buffer)[kSize], const char* text) {
   format_into(buffer + length, kSize - length, "%s", text);
 }
 
+// Copies at most `bound` bytes; a text that is as long as that is left without a terminator.
+inline void copy_bounded(char* buffer, const char* text, std::size_t bound) {
+  const std::size_t length = strnlen(text, bound);
+  std::memcpy(buffer, text, length);
+  if (length < bound) buffer[length] = '\0';
+}
+
 // ---- Owned memory. ----
 
 struct FreeDeleter {
@@ -82,29 +89,32 @@ struct Replacement {
 };
 
 // For a quoted string of a script. Backslashes come first, so that those added by the later rows
-// are not doubled; the last row may be left out where a bare slash is wanted.
+// are not doubled; the last row is left out where slashes stay bare.
 inline constexpr std::array<Replacement, 4> kScriptText = {
     {{"\\", "\\\\"}, {"'", "\\'"}, {"\"", "\\\""}, {"/", "\\/"}}};
 
 // A file name in a list that stands inside a double-quoted string of a script.
 inline constexpr std::array<Replacement, 2> kListName = {{{"\\", "\\\\"}, {"\"", "\\\""}}};
 
-// One text passed through the rows of a table, each row working on the form that the row before it
-// left; every form is kept until the object ends. Ends the process when there is no memory.
+// One text passed through the first rows of a table, each row working on the form that the row
+// before it left; every form is kept until the object ends. An absent (null) text is empty and
+// passed through nothing. Ends the process when there is no memory.
 template <std::size_t kRows>
 class EscapedText {
  public:
-  EscapedText(const char* source, const char* text, const std::array<Replacement, kRows>& table,
-              int line = __builtin_LINE()) {
-    for (std::size_t row = 0; row < kRows; ++row) {
+  template <std::size_t kTableRows>
+  EscapedText(const char* source, const char* text,
+              const std::array<Replacement, kTableRows>& table, int line = __builtin_LINE()) {
+    static_assert(kRows <= kTableRows);
+    for (std::size_t row = 0; row < kRows && text != nullptr; ++row) {
       forms_[row].reset(StringReplace(text, table[row].what, table[row].replacement));
       text = forms_[row].get();
       require(source, text, "malloc failed! Exiting!", line);
     }
   }
 
-  const char* c_str() const { return forms_[kRows - 1].get(); }
-  const char* without_last_row() const { return forms_[kRows - 2].get(); }
+  const char* c_str() const { return text_or_empty(forms_[kRows - 1].get()); }
+  const char* without_last_row() const { return text_or_empty(forms_[kRows - 2].get()); }
 
  private:
   std::array<MallocText, kRows> forms_;

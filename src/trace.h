@@ -21,12 +21,21 @@ class [[nodiscard]] FunctionTrace {
       : source_(source), function_(function), line_(line) {
     Log_Entry(LOG_LEVEL_TRACE, source_, line_, "ENTER %s", function_);
   }
+  // For a function that logs its exit alone.
+  static FunctionTrace exit_only(const char* source, const char* function = __builtin_FUNCTION(),
+                                 int line = __builtin_LINE()) noexcept {
+    return {source, function, line, Silent()};
+  }
   ~FunctionTrace() { Log_Entry(LOG_LEVEL_TRACE, source_, line_, "EXIT %s", function_); }
 
   FunctionTrace(const FunctionTrace&) = delete;
   FunctionTrace& operator=(const FunctionTrace&) = delete;
 
  private:
+  struct Silent {};
+  FunctionTrace(const char* source, const char* function, int line, Silent) noexcept
+      : source_(source), function_(function), line_(line) {}
+
   const char* source_;
   const char* function_;
   int line_;

@@ -3,27 +3,35 @@
 #include "allocations.h"
 
 #include <dlfcn.h>
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
 
-#include <atomic>
 #include <cstddef>
 #include <cstring>
 
+// The allocator behind: a sanitizer's when there is one, else the C library's.
+#define DECLARE_ALLOCATOR(result, name, ...)                                 \
+  extern "C" __attribute__((weak)) result __interceptor_##name(__VA_ARGS__); \
+  extern "C" result __libc_##name(__VA_ARGS__);
+#define REAL_ALLOCATOR(name) \
+  (__interceptor_##name != nullptr ? __interceptor_##name : __libc_##name)
+
+DECLARE_ALLOCATOR(void*, malloc, std::size_t)
+DECLARE_ALLOCATOR(void*, calloc, std::size_t, std::size_t)
+DECLARE_ALLOCATOR(void*, memalign, std::size_t, std::size_t)
+DECLARE_ALLOCATOR(void*, realloc, void*, std::size_t)
+DECLARE_ALLOCATOR(void, free, void*)
+
+extern "C" {
+__attribute__((weak)) void __lsan_disable();
+__attribute__((weak)) void __lsan_enable();
+}
+
 namespace {
 
-std::atomic<long> to_failure = 0;
-std::atomic<bool> failed = false;
+long to_failure = 0;
+bool failed = false;
 Allocator counted_allocator = Allocator::any;
 int test_depth = 0;
-std::atomic<long> held = 0;
-
-template <typename Function>
-Function* next(Function*& cached, const char* name) {
-  if (cached == nullptr) cached = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-  return cached;
-}
+long held = 0;
 
 bool is_module(const void* caller) {
   Dl_info info{};
@@ -57,44 +65,39 @@ bool allocation_failed() { return failed; }
 
 long held_blocks() { return held; }
 
-#if defined(__SANITIZE_ADDRESS__)
-ExpectedLeak::ExpectedLeak() { __lsan_disable(); }
-ExpectedLeak::~ExpectedLeak() { __lsan_enable(); }
-#else
-ExpectedLeak::ExpectedLeak() = default;
-ExpectedLeak::~ExpectedLeak() = default;
-#endif
+ExpectedLeak::ExpectedLeak() {
+  if (__lsan_disable != nullptr) __lsan_disable();
+}
+
+ExpectedLeak::~ExpectedLeak() {
+  if (__lsan_enable != nullptr) __lsan_enable();
+}
 
 extern "C" {
 
 void* malloc(std::size_t size) {
-  static void* (*real)(std::size_t);
-  return fails_now(__builtin_return_address(0)) ? nullptr : counted(next(real, "malloc")(size));
+  return fails_now(__builtin_return_address(0)) ? nullptr : counted(REAL_ALLOCATOR(malloc)(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-  static void* (*real)(std::size_t, std::size_t);
   return fails_now(__builtin_return_address(0)) ? nullptr
-                                                : counted(next(real, "calloc")(count, size));
+                                                : counted(REAL_ALLOCATOR(calloc)(count, size));
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  static void* (*real)(std::size_t, std::size_t);
   return fails_now(__builtin_return_address(0))
              ? nullptr
-             : counted(next(real, "aligned_alloc")(alignment, size));
+             : counted(REAL_ALLOCATOR(memalign)(alignment, size));
 }
 
 void* realloc(void* block, std::size_t size) {
-  static void* (*real)(void*, std::size_t);
   if (fails_now(__builtin_return_address(0))) return nullptr;
-  void* grown = next(real, "realloc")(block, size);
+  void* grown = REAL_ALLOCATOR(realloc)(block, size);
   return block == nullptr ? counted(grown) : grown;
 }
 
 void free(void* block) {
-  static void (*real)(void*);
   if (block != nullptr) --held;
-  next(real, "free")(block);
+  REAL_ALLOCATOR(free)(block);
 }
 }

@@ -142,6 +142,26 @@ std::vector<Use> uses() {
        [](Request& request) {
          parser().HTTP_Parser_Copy_fn(request.record(), request.entries(), request.count());
        }},
+      {"restore",
+       {{"ParserFilename", "A.KTP"}, {"CopyParserFilename", "B.KTP"}},
+       [](Request& request) {
+         parser().HTTP_Parser_Restore_Defaults_fn(request.record(), request.entries(),
+                                                  request.count());
+       }},
+      {"metadata script",
+       {},
+       [](Request& request) {
+         open_template(request);
+         parser().HTTP_Parser_Print_Meta_Data_Attributes_fn(request.record(), nullptr);
+         close_template(request, false);
+       }},
+      {"destinations",
+       {},
+       [](Request& request) {
+         open_template(request);
+         parser().HTTP_Parser_List_Destinations_fn(request.record(), nullptr);
+         close_template(request, false);
+       }},
       {"delete",
        {{"ParserFilename", kPath}},
        [](Request& request) {
@@ -153,9 +173,13 @@ std::vector<Use> uses() {
 class Memory : public ModuleFiles {
  protected:
   static void lay_down() {
-    write_template(kPath, {{"qvn_svc_general", "JobTemplateCreator", "string", {"Office"}},
-                           {"fax", "PhoneNumber", "string", {"555,1", "556"}},
-                           {"fax", "Paths", "string", {"x/1", "y/2", "\"q\"\\'"}}});
+    for (const char* path : {kPath, "/tmp/template/pool/factory/A.KTP"}) {
+      write_template(path, {{"qvn_svc_general", "JobTemplateCreator", "string", {"Office"}},
+                            {"qvn_dscrpt_metadata", "MetaDataPrompt", "string", {"p"}},
+                            {"qvn_svc_file", "DocumentPath", "string", {"/d"}},
+                            {"fax", "PhoneNumber", "string", {"555,1", "556"}},
+                            {"fax", "Paths", "string", {"x/1", "y/2", "\"q\"\\'"}}});
+    }
   }
 };
 

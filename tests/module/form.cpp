@@ -18,6 +18,7 @@ Request::Request(Fields fields) : fields_(std::move(fields)) {
 
 // What a test leaves open is closed as the server closes it at the end of a request.
 Request::~Request() {
+  if (record_.parserTemplate == nullptr) return;
   record_.outfs = nullptr;
   parser().HTTP_Close_Parser_fn(&record_, Argument("FALSE"));
 }

@@ -3,6 +3,7 @@
 #include "journal.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 
 #include "allocations.h"
@@ -75,6 +76,12 @@ Lines joined(std::initializer_list<Lines> groups) {
   Lines all;
   for (const Lines& group : groups) all.insert(all.end(), group.begin(), group.end());
   return all;
+}
+
+Lines part(const Lines& lines, std::size_t first, std::size_t count) {
+  if (lines.size() < first + count) return {"fewer lines"};
+  const auto begin = lines.begin() + static_cast<std::ptrdiff_t>(first);
+  return {begin, begin + static_cast<std::ptrdiff_t>(count)};
 }
 
 std::string echoed(const Lines& logs) {

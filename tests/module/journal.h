@@ -54,6 +54,9 @@ std::string left(const std::string& function);
 // Joins groups of lines into one list.
 Lines joined(std::initializer_list<Lines> groups);
 
+// Lines from `first` on, `count` of them.
+Lines part(const Lines& lines, std::size_t first, std::size_t count);
+
 // The lines as a death test reads them.
 std::string echoed(const Lines& logs);
 

@@ -5,23 +5,30 @@
 
 #include "http_parser.h"
 
-#define FOR_EACH_EXPORT(USE)           \
-  USE(HTTP_Parser_Init)                \
-  USE(HTTP_Open_Parser_fn)             \
-  USE(HTTP_Close_Parser_fn)            \
-  USE(HTTP_Parser_Get_fn)              \
-  USE(HTTP_Parser_JS_Get_fn)           \
-  USE(HTTP_Parser_Set_fn)              \
-  USE(PrivSaveMultiValue)              \
-  USE(HTTP_Parser_Copy_fn)             \
-  USE(HTTP_Parser_Delete_fn)           \
-  USE(HTTP_Parser_List_fn)             \
-  USE(HTTP_Parser_List_Non_WIA_fn)     \
-  USE(HTTP_Parser_List_Invocations_fn) \
-  USE(TempSuppGetArgument)             \
-  USE(ValidTemplatePath)               \
-  USE(TempSuppGetTempFullPath)         \
-  USE(TempSuppGetTempNameSansSuffix)   \
+#define FOR_EACH_EXPORT(USE)                     \
+  USE(HTTP_Parser_Init)                          \
+  USE(HTTP_Open_Parser_fn)                       \
+  USE(HTTP_Close_Parser_fn)                      \
+  USE(HTTP_Parser_Get_fn)                        \
+  USE(HTTP_Parser_JS_Get_fn)                     \
+  USE(HTTP_Parser_Set_fn)                        \
+  USE(PrivSaveMultiValue)                        \
+  USE(HTTP_Parser_Copy_fn)                       \
+  USE(HTTP_Parser_Restore_Defaults_fn)           \
+  USE(HTTP_Parser_Delete_fn)                     \
+  USE(HTTP_Parser_List_fn)                       \
+  USE(HTTP_Parser_List_Non_WIA_fn)               \
+  USE(HTTP_Parser_List_Invocations_fn)           \
+  USE(HTTP_Parser_Print_Meta_Data_Attributes_fn) \
+  USE(HTTP_Parser_List_Destinations_fn)          \
+  USE(HTTP_Parser_Clone_fn)                      \
+  USE(FnGetGroupTokens)                          \
+  USE(FnGetSubStringTokens)                      \
+  USE(FnGetOptionalConditon)                     \
+  USE(TempSuppGetArgument)                       \
+  USE(ValidTemplatePath)                         \
+  USE(TempSuppGetTempFullPath)                   \
+  USE(TempSuppGetTempNameSansSuffix)             \
   USE(TempSuppGetAttributeValue)
 
 #define DECLARE_EXPORT(name) decltype(&::name) name;
