@@ -1,31 +1,20 @@
-// The table of fields and the kinds of their values.
+// The tables of pages, forms and pools, and how they are applied.
 // SPDX-License-Identifier: MIT
 #include "policy.h"
 
-#include <strings.h>
-
 #include <algorithm>
-#include <string_view>
+#include <iterator>
+#include <set>
 
 namespace platen {
 namespace {
 
-// What a value must be. A path that is not in its shortest form is refused, never rewritten, as the
-// module and the store compare and cut paths by their bytes.
-enum class Kind {
-  text,           // any bytes but NUL
-  template_path,  // of a template file below a pool
-  directory,      // a pool or a directory below one
-};
-
-struct FieldRule {
-  std::string_view name;
-  Kind kind;
-  size_t limit;  // in bytes
-};
-
 constexpr size_t kPathLimit = 254;
 constexpr size_t kNameLimit = 255;
+constexpr size_t kAddressLimit = 2048;
+constexpr size_t kSecretLimit = 128;
+constexpr size_t kValueLimit = 256 * 1024;
+constexpr size_t kTokenLimit = 16 * 1024;
 
 // The query fields of pages. Each may be given once: of repeated fields some functions take the
 // first and others the last.
@@ -36,72 +25,205 @@ constexpr FieldRule kPageFields[] = {
     {"InvocationName", Kind::text, kNameLimit},
     {"AttributeName", Kind::text, kNameLimit},
     {"AttributeType", Kind::text, kNameLimit},
+    {"NextPage", Kind::text, kAddressLimit},
 };
 
-// The pools of templates. The mailbox spool is none: its job logs hold passwords.
-constexpr std::string_view kPools[] = {"/tmp/template/pool", "/tarn/template/pool"};
+struct PageRule {
+  std::string_view path;
+  Role role;
+};
 
-constexpr std::string_view kSuffix = ".KTP";
+// Pages that are not for everybody: those with a form that needs a login would be of no use.
+constexpr PageRule kPages[] = {
+    {"/edit.html", Role::user},     {"/copy.html", Role::user},
+    {"/rename.html", Role::user},   {"/delete.html", Role::user},
+    {"/password.html", Role::user}, {"/accounts.html", Role::administrator},
+};
 
-bool is_control(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F;
+// The fields that every form may have. The page that a form came from is signed into its token; a
+// "NextPage" that leads elsewhere than to this server is not followed.
+constexpr FieldRule kEveryForm[] = {
+    {"token", Kind::text, kTokenLimit},
+    {"NextPage", Kind::text, kAddressLimit},
+};
+
+// An empty path would make the open fall back to a posted field, so that another template is edited
+// than the one that was judged; the kinds of paths and names refuse it. The limits of the names of
+// copies are the handlers' own.
+constexpr FieldRule kEditFields[] = {
+    {"ParserFilename", Kind::template_path, kPathLimit},
+    {"DefaultParserFilename", Kind::template_path, kPathLimit},
+    {"CopyParserFilename", Kind::file_name, 226},
+    {"CopyParserFilenameMailbox", Kind::file_name, 221},
+    {"replace", Kind::word, 3, "yes"},
+};
+constexpr FieldRule kEditRun[] = {
+    {"ServiceName", Kind::text, kNameLimit},     {"InvocationName", Kind::text, kNameLimit},
+    {"AttributeName", Kind::text, kNameLimit},   {"AttributeType", Kind::text, kNameLimit},
+    {"AttributeValue", Kind::text, kValueLimit}, {"Compulsory", Kind::word, 5, "TRUE FALSE"},
+    {"was", Kind::text, 2 * kValueLimit},        {"Action", Kind::word, 6, "update delete"},
+};
+constexpr FieldRule kDeleteFields[] = {{"ParserFilename", Kind::template_path, kPathLimit}};
+constexpr FieldRule kRenameFields[] = {
+    {"ParserFilename", Kind::template_path, kPathLimit},
+    {"NewName", Kind::file_name, 221},
+    {"replace", Kind::word, 3, "yes"},
+};
+constexpr FieldRule kLoginFields[] = {
+    {"name", Kind::text, kNameLimit},
+    {"password", Kind::secret, kSecretLimit},
+};
+constexpr FieldRule kPasswordFields[] = {
+    {"old", Kind::secret, kSecretLimit},
+    {"new", Kind::secret, kSecretLimit},
+    {"repeat", Kind::secret, kSecretLimit},
+};
+constexpr FieldRule kAccountFields[] = {
+    {"what", Kind::word, 7, "add reset disable enable"},
+    {"name", Kind::text, kNameLimit},
+    {"role", Kind::word, 13, "user administrator"},
+};
+constexpr FieldRule kLanguageFields[] = {{"language", Kind::text, 35}};
+
+// The edit takes its source from the first of the two fields that is there, the copy that it calls
+// from the later one: with both, another template would be copied than the one that was judged.
+constexpr Choice kSource = {"ParserFilename", "DefaultParserFilename"};
+constexpr Choice kEditChoices[] = {kSource,
+                                   {"CopyParserFilename", "CopyParserFilenameMailbox", false}};
+// Without a name the handler would make a copy named after the whole path of its source.
+constexpr Choice kCopyChoices[] = {kSource, {"CopyParserFilename", "CopyParserFilenameMailbox"}};
+constexpr Choice kDeleteChoices[] = {{"ParserFilename"}};
+constexpr Choice kRenameChoices[] = {{"ParserFilename"}, {"NewName"}};
+constexpr Choice kLoginChoices[] = {{"name"}, {"password"}};
+constexpr Choice kPasswordChoices[] = {{"old"}, {"new"}, {"repeat"}};
+constexpr Choice kAccountChoices[] = {{"what"}, {"name"}};
+constexpr Choice kLanguageChoices[] = {{"language"}};
+
+constexpr FormRule kForms[] = {
+    {"/form/HTTP_Parser_Set_fn", Role::user, Act::edits, kEditFields, kEditRun, kEditChoices},
+    {"/form/HTTP_Parser_Copy_fn", Role::user, Act::copies, kEditFields, {}, kCopyChoices},
+    {"/form/HTTP_Parser_Delete_fn", Role::user, Act::deletes, kDeleteFields, {}, kDeleteChoices},
+    {"/do/rename", Role::user, Act::renames, kRenameFields, {}, kRenameChoices},
+    {"/do/login", Role::anonymous, Act::none, kLoginFields, {}, kLoginChoices},
+    {"/do/logout", Role::anonymous, Act::none, {}, {}, {}},
+    {"/do/password", Role::user, Act::none, kPasswordFields, {}, kPasswordChoices},
+    {"/do/account", Role::administrator, Act::none, kAccountFields, {}, kAccountChoices},
+    {"/do/language", Role::anonymous, Act::none, kLanguageFields, {}, kLanguageChoices},
+};
+
+// The new jobs of everybody start from it. The handlers compare the path they are given with its
+// own; as only paths in their shortest form come through, there is no other spelling of it.
+constexpr std::string_view kDefaultTemplate = "/tmp/template/pool/system/default.ktp";
+
+std::string quoted(std::string_view name) { return '"' + std::string(name) + '"'; }
+
+std::string named(std::string_view name) { return "The field " + quoted(name) + " "; }
+
+std::string_view directory_of(std::string_view path) { return path.substr(0, path.rfind('/')); }
+
+std::string_view name_of(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+// Whether a path lies in the part of that name of one of the pools.
+bool is_in_part(std::string_view path, std::string_view part) {
+  return path.substr(pool_of(path).size()).starts_with('/' + std::string(part) + '/');
 }
 
-bool is_in_pool(std::string_view path, bool or_pool_itself) {
-  return std::ranges::any_of(kPools, [&](std::string_view pool) {
-    return path.starts_with(pool) &&
-           (path.size() == pool.size() ? or_pool_itself : path[pool.size()] == '/');
-  });
+const FieldRule* find_rule(std::span<const FieldRule> rules, std::string_view name) {
+  const auto found = std::ranges::find(rules, name, &FieldRule::name);
+  return found == rules.end() ? nullptr : &*found;
 }
 
-// A path in its shortest form has no empty part, no "." and no "..", and no slash at its end.
-bool is_shortest(std::string_view path) {
-  const std::string closed = std::string(path) + '/';
-  return closed.find("//") == std::string::npos && closed.find("/./") == std::string::npos &&
-         closed.find("..") == std::string::npos;
-}
-
-bool is_template_name(std::string_view path) {
-  const std::string name(path.substr(path.rfind('/') + 1));
-  return name.size() > kSuffix.size() && name[0] != '.' &&
-         ::strcasecmp(name.c_str() + name.size() - kSuffix.size(), kSuffix.data()) == 0;
-}
-
-// What is wrong with a path of either kind, or "".
-std::string path_fault(std::string_view path, bool directory) {
-  if (std::ranges::any_of(path, is_control)) return "holds a control character";
-  if (path.find('|') != std::string_view::npos) return "holds the character \"|\"";
-  if (!is_shortest(path)) {
-    return "is not in its shortest form; leave out \"..\", \".\" and needless slashes";
+const FieldRule* find_rule(const FormRule& form, std::string_view name) {
+  for (const auto& rules : {form.fields, form.run_fields, std::span<const FieldRule>(kEveryForm)}) {
+    if (const FieldRule* rule = find_rule(rules, name)) return rule;
   }
-  if (!is_in_pool(path, directory)) {
-    return "is not below a template pool; it begins with " + std::string(kPools[0]) + "/ or " +
-           std::string(kPools[1]) + "/";
-  }
-  if (!directory && !is_template_name(path)) return "names no template; its name ends in .KTP";
-  return "";
+  return nullptr;
 }
 
-std::string value_fault(const FieldRule& rule, std::string_view value) {
-  if (value.size() > rule.limit) {
-    return "is too long; it has at most " + std::to_string(rule.limit) + " bytes";
-  }
-  if (value.find('\0') != std::string_view::npos) return "holds a NUL byte";
-  if (rule.kind == Kind::text) return "";
-  return path_fault(value, rule.kind == Kind::directory);
+std::optional<Refusal> refuse(std::string_view field, const std::string& fault, int status = 422) {
+  return Refusal{status, named(field) + fault + ".", std::string(field)};
 }
 
-std::string named(std::string_view name) { return "The field \"" + std::string(name) + "\" "; }
+std::optional<Refusal> refuse_field(const FormRule& form, const FormField& field) {
+  const FieldRule* rule = find_rule(form, field.name);
+  if (rule == nullptr) return refuse(field.name, "is not known to this form; leave it out");
+  if (field.is_file) return refuse(field.name, "is a file; this form takes none");
+  const std::string fault = value_fault(*rule, field.value);
+  return fault.empty() ? std::nullopt : refuse(field.name, fault);
+}
+
+// Each field once, those of the runs once in each run. A run that is not closed would be ignored.
+std::optional<Refusal> refuse_repeats(const FormRule& form, const std::vector<FormField>& fields) {
+  std::set<std::string_view> seen;
+  std::set<std::string_view> seen_in_run;
+  for (const FormField& field : fields) {
+    const bool in_run = find_rule(form.run_fields, field.name) != nullptr;
+    if (!(in_run ? seen_in_run : seen).insert(field.name).second) {
+      return refuse(field.name, "is given twice; give it once");
+    }
+    if (in_run && field.name == "Action") seen_in_run.clear();
+  }
+  if (seen_in_run.empty()) return std::nullopt;
+  return refuse(*seen_in_run.begin(), "stands in an edit that no field \"Action\" closes; add it");
+}
+
+std::optional<Refusal> refuse_choice(const Choice& choice, const std::vector<FormField>& fields) {
+  const auto count = [&](std::string_view name) {
+    return std::ranges::count(fields, name, &FormField::name);
+  };
+  if (count(choice.first) + (choice.second.empty() ? 0 : count(choice.second)) == 0) {
+    return choice.needed ? refuse(choice.first, "is missing; fill it in") : std::nullopt;
+  }
+  if (choice.second.empty() || count(choice.first) == 0 || count(choice.second) == 0) {
+    return std::nullopt;
+  }
+  return refuse(choice.second,
+                "does not go with " + quoted(choice.first) + "; give one of the two");
+}
+
+// Who may change or remove a template.
+std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) {
+  const std::string field = "ParserFilename";
+  const std::string name = quoted(name_of(path));
+  if (path == kDefaultTemplate && act != Act::edits) {
+    return Refusal{422, name + " is the default template: it stays where it is.", field};
+  }
+  if (is_in_part(path, "factory")) {
+    return Refusal{422, name + " is as shipped and never changes; copy it and change the copy.",
+                   field};
+  }
+  if (is_in_part(path, "system") && role != Role::administrator) {
+    return Refusal{403, name + " is for everybody: only an administrator may change it.", field};
+  }
+  return std::nullopt;
+}
+
+std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormField>& fields,
+                                  Role role) {
+  if (form.act == Act::none) return std::nullopt;
+  const std::string source = source_path(fields);
+  const std::string_view pool = directory_of(source);
+  if (form.act == Act::renames && pool != kWebPool && pool != kMailboxPool) {
+    return refuse("ParserFilename",
+                  "names no template of the web or the mailbox pool; only those "
+                  "have other names");
+  }
+  const std::string destination = destination_path(form, fields);
+  if (destination == source) {
+    return Refusal{422, "The new name is that of the template itself; choose another.",
+                   form.act == Act::renames ? "NewName" : "CopyParserFilename"};
+  }
+  const bool changes_source =
+      form.act != Act::copies && (form.act != Act::edits || destination.empty());
+  return changes_source ? refuse_change(source, form.act, role) : std::nullopt;
+}
 
 }  // namespace
 
 std::string refuse_page_fields(const std::vector<Field>& fields) {
   for (const auto& [name, value] : fields) {
-    const auto* rule = std::ranges::find(kPageFields, name, &FieldRule::name);
-    if (rule == std::end(kPageFields)) {
-      return named(name) + "is not known to any page; leave it out.";
-    }
+    const FieldRule* rule = find_rule(kPageFields, name);
+    if (rule == nullptr) return named(name) + "is not known to any page; leave it out.";
     if (std::ranges::count(fields, name, &Field::first) > 1) {
       return named(name) + "is given twice; give it once.";
     }
@@ -110,6 +232,54 @@ std::string refuse_page_fields(const std::vector<Field>& fields) {
     }
   }
   return "";
+}
+
+Role page_role(std::string_view path) {
+  const auto* row = std::ranges::find(kPages, path, &PageRule::path);
+  return row == std::end(kPages) ? Role::anonymous : row->role;
+}
+
+const FormRule* find_form(std::string_view path) {
+  const auto* row = std::ranges::find(kForms, path, &FormRule::path);
+  return row == std::end(kForms) ? nullptr : row;
+}
+
+std::optional<Refusal> refuse_form(const FormRule& form, const std::vector<FormField>& fields,
+                                   Role role) {
+  for (const FormField& field : fields) {
+    if (auto refusal = refuse_field(form, field)) return refusal;
+  }
+  if (auto refusal = refuse_repeats(form, fields)) return refusal;
+  for (const Choice& choice : form.choices) {
+    if (auto refusal = refuse_choice(choice, fields)) return refusal;
+  }
+  return refuse_act(form, fields, role);
+}
+
+bool is_withheld(const FormRule& form, std::string_view field) {
+  const FieldRule* rule = find_rule(form, field);
+  return field == "token" || (rule != nullptr && rule->kind == Kind::secret);
+}
+
+std::string field_value(const std::vector<FormField>& fields, std::string_view name) {
+  const auto found = std::ranges::find(fields, name, &FormField::name);
+  return found == fields.end() ? "" : found->value;
+}
+
+std::string source_path(const std::vector<FormField>& fields) {
+  const std::string path = field_value(fields, kSource.first);
+  return path.empty() ? field_value(fields, kSource.second) : path;
+}
+
+std::string destination_path(const FormRule& form, const std::vector<FormField>& fields) {
+  const auto joined = [](std::string_view directory, const std::string& name) {
+    return name.empty() ? name : std::string(directory) + '/' + name;
+  };
+  if (form.act == Act::renames) {
+    return joined(directory_of(source_path(fields)), field_value(fields, "NewName"));
+  }
+  const std::string web = joined(kWebPool, field_value(fields, "CopyParserFilename"));
+  return web.empty() ? joined(kMailboxPool, field_value(fields, "CopyParserFilenameMailbox")) : web;
 }
 
 }  // namespace platen

@@ -1,0 +1,104 @@
+// Judges single values.
+// SPDX-License-Identifier: MIT
+#include "field_rules.h"
+
+#include <strings.h>
+
+#include <algorithm>
+
+#include "ascii.h"
+
+namespace platen {
+namespace {
+
+// The pools of templates. The mailbox spool is none: its job logs hold passwords.
+constexpr std::string_view kPools[] = {"/tmp/template/pool", "/tarn/template/pool"};
+
+constexpr std::string_view kSuffix = ".KTP";
+
+// A path in its shortest form has no empty part, no "." and no "..", and no slash at its end.
+bool is_shortest(std::string_view path) {
+  const std::string closed = std::string(path) + '/';
+  return closed.find("//") == std::string::npos && closed.find("/./") == std::string::npos &&
+         closed.find("..") == std::string::npos;
+}
+
+bool is_template_name(std::string_view path) {
+  const std::string name(path.substr(path.rfind('/') + 1));
+  return name.size() > kSuffix.size() && name[0] != '.' &&
+         ::strcasecmp(name.c_str() + name.size() - kSuffix.size(), kSuffix.data()) == 0;
+}
+
+// What no path and no file name may hold. The module's open cuts its argument at "|": a copy named
+// "a.KTP|b.KTP" would be made, and its name then be written into a.KTP.
+std::string byte_fault(std::string_view value) {
+  if (std::ranges::any_of(value, is_control)) return "holds a control character";
+  if (value.find('|') != std::string_view::npos) return "holds the character \"|\"";
+  return "";
+}
+
+std::string path_fault(std::string_view path, bool is_directory) {
+  if (std::string fault = byte_fault(path); !fault.empty()) return fault;
+  if (!is_shortest(path)) {
+    return "is not in its shortest form; leave out \"..\", \".\" and needless slashes";
+  }
+  const std::string_view pool = pool_of(path);
+  if (pool.empty() || (path == pool && !is_directory)) {
+    return "is not below a template pool; it begins with " + std::string(kPools[0]) + "/ or " +
+           std::string(kPools[1]) + "/";
+  }
+  if (!is_directory && !is_template_name(path)) return "names no template; its name ends in .KTP";
+  return "";
+}
+
+// The handlers put a directory in front and check nothing.
+std::string file_name_fault(std::string_view name) {
+  if (std::string fault = byte_fault(name); !fault.empty()) return fault;
+  if (name.find('/') != std::string_view::npos) return "holds a slash; give a name only";
+  if (name.find("..") != std::string_view::npos) return "holds \"..\"";
+  if (name.starts_with('.')) return "begins with a dot; such files are hidden";
+  if (!is_template_name(name)) return "is no name of a template; it ends in .KTP";
+  return "";
+}
+
+std::string word_fault(std::string_view words, std::string_view value) {
+  const std::string list = ' ' + std::string(words) + ' ';
+  const bool is_one = value.find(' ') == std::string_view::npos && !value.empty();
+  if (is_one && list.find(' ' + std::string(value) + ' ') != std::string::npos) return "";
+  return "is none of the words it may be: " + std::string(words);
+}
+
+}  // namespace
+
+std::string value_fault(const FieldRule& rule, std::string_view value) {
+  if (value.size() > rule.limit) {
+    return "is too long; it has at most " + std::to_string(rule.limit) + " bytes";
+  }
+  if (value.find('\0') != std::string_view::npos) return "holds a NUL byte";
+  switch (rule.kind) {
+    case Kind::text:
+      break;
+    case Kind::word:
+      return word_fault(rule.words, value);
+    case Kind::secret:
+      return std::ranges::any_of(value, is_control) ? "holds a control character" : "";
+    case Kind::template_path:
+      return path_fault(value, false);
+    case Kind::directory:
+      return path_fault(value, true);
+    case Kind::file_name:
+      return file_name_fault(value);
+  }
+  return "";
+}
+
+std::string_view pool_of(std::string_view path) {
+  for (const std::string_view pool : kPools) {
+    if (path.starts_with(pool) && (path.size() == pool.size() || path[pool.size()] == '/')) {
+      return pool;
+    }
+  }
+  return "";
+}
+
+}  // namespace platen

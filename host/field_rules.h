@@ -1,0 +1,40 @@
+// The kinds of fields and what their values must be.
+// SPDX-License-Identifier: MIT
+//
+// Parser functions read fields by name and trust most of what they find: values are judged before.
+#ifndef HOST_FIELD_RULES_H_
+#define HOST_FIELD_RULES_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace platen {
+
+// What a value must be. A path that is not in its shortest form is refused, never rewritten, as the
+// module and the store compare and cut paths by their bytes.
+enum class Kind {
+  text,           // any bytes but NUL
+  word,           // one of the rule's words
+  secret,         // a password: no control character; never shown again, logged or audited
+  template_path,  // of a template file below a pool
+  directory,      // a pool or a directory below one
+  file_name,      // of a template file, without a directory
+};
+
+struct FieldRule {
+  std::string_view name;
+  Kind kind;
+  size_t limit;                 // in bytes
+  std::string_view words = "";  // of the kind word: the words, separated by blanks
+};
+
+// Returns what is wrong with a value, as the rest of a sentence that begins with the field, or "".
+std::string value_fault(const FieldRule& rule, std::string_view value);
+
+// The directory of the pool that a path lies in, such as "/tmp/template/pool"; "" when in none.
+std::string_view pool_of(std::string_view path);
+
+}  // namespace platen
+
+#endif  // HOST_FIELD_RULES_H_
