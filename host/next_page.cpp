@@ -9,8 +9,29 @@
 namespace platen {
 namespace {
 
-constexpr std::string_view kPlainBytes =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/?&=";
+constexpr std::string_view kUnreserved =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+
+template <typename IsPlain>
+std::string percent_encoded(std::string_view text, IsPlain is_plain) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    if (is_plain(c)) {
+      encoded += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 0xF]});
+    }
+  }
+  return encoded;
+}
+
+std::string encoded_but_for(std::string_view text, std::string_view signs) {
+  return percent_encoded(text, [signs](char c) {
+    return kUnreserved.find(c) != std::string_view::npos || signs.find(c) != std::string_view::npos;
+  });
+}
 
 bool is_refused(char c) { return is_control(c) || c == '\\'; }
 
@@ -21,18 +42,20 @@ bool is_local_path(std::string_view address) {
          std::none_of(address.begin(), address.end(), is_refused);
 }
 
-std::string encode_address(std::string_view address) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : address) {
-    if (kPlainBytes.find(c) != std::string_view::npos) {
-      encoded += c;
-    } else {
-      const auto byte = static_cast<unsigned char>(c);
-      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 0xF]});
-    }
+std::string encode_address(std::string_view address) { return encoded_but_for(address, "/?&="); }
+
+std::string page_address(std::string_view path, const std::vector<Field>& query) {
+  std::string address = encoded_but_for(path, "/");
+  char separator = '?';
+  for (const auto& [name, value] : query) {
+    address += separator + encoded_but_for(name, "/") + '=' + encoded_but_for(value, "/");
+    separator = '&';
   }
-  return encoded;
+  return address;
+}
+
+std::string header_address(std::string_view address) {
+  return percent_encoded(address, [](char c) { return c > ' ' && c <= '~'; });
 }
 
 }  // namespace platen

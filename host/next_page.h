@@ -5,6 +5,9 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "http_message.h"
 
 namespace platen {
 
@@ -15,6 +18,14 @@ bool is_local_path(std::string_view address);
 // Percent-encodes every byte of an address that was put together from plain texts, but letters,
 // digits and - . _ ~ / ? & =
 std::string encode_address(std::string_view address);
+
+// The address of a page: its path and query fields, percent-encoded so that decoding gives them
+// back. Equal paths and fields give equal addresses.
+std::string page_address(std::string_view path, const std::vector<Field>& query);
+
+// An address that a browser has encoded, made fit for a header: what is not printable ASCII is
+// percent-encoded, escapes stay as they are.
+std::string header_address(std::string_view address);
 
 }  // namespace platen
 

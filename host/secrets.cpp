@@ -31,6 +31,26 @@ std::string to_hex(const unsigned char* bytes, size_t size) {
   return digits;
 }
 
+const unsigned char* bytes_of(std::string_view text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+unsigned char* bytes_of(std::string* text) {
+  return reinterpret_cast<unsigned char*>(text->data());
+}
+
+// The key of a sealed text, wiped at its end.
+struct BoxKey {
+  explicit BoxKey(std::string_view key) {
+    crypto_generichash(bytes.data(), bytes.size(), bytes_of(key), key.size(), nullptr, 0);
+  }
+  ~BoxKey() { sodium_memzero(bytes.data(), bytes.size()); }
+  BoxKey(const BoxKey&) = delete;
+  BoxKey& operator=(const BoxKey&) = delete;
+
+  std::array<unsigned char, crypto_secretbox_KEYBYTES> bytes;
+};
+
 std::string random_hex_key() {
   std::array<unsigned char, SecretKey::kSize> key;
   randombytes_buf(key.data(), key.size());
@@ -77,9 +97,8 @@ SecretKey::~SecretKey() { sodium_memzero(bytes_.data(), bytes_.size()); }
 
 std::string SecretKey::hash(std::string_view text) const {
   std::array<unsigned char, crypto_generichash_BYTES> digest;
-  crypto_generichash(digest.data(), digest.size(),
-                     reinterpret_cast<const unsigned char*>(text.data()), text.size(),
-                     bytes_.data(), bytes_.size());
+  crypto_generichash(digest.data(), digest.size(), bytes_of(text), text.size(), bytes_.data(),
+                     bytes_.size());
   return to_hex(digest.data(), digest.size());
 }
 
@@ -130,6 +149,32 @@ std::string random_password() {
 
 bool is_same_secret(std::string_view a, std::string_view b) {
   return a.size() == b.size() && sodium_memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
+std::string seal(std::string_view text, std::string_view key) {
+  start_sodium();
+  const BoxKey box(key);
+  std::string sealed(crypto_secretbox_NONCEBYTES + crypto_secretbox_MACBYTES + text.size(), '\0');
+  unsigned char* nonce = bytes_of(&sealed);
+  randombytes_buf(nonce, crypto_secretbox_NONCEBYTES);
+  crypto_secretbox_easy(nonce + crypto_secretbox_NONCEBYTES, bytes_of(text), text.size(), nonce,
+                        box.bytes.data());
+  return sealed;
+}
+
+std::optional<std::string> unseal(std::string_view sealed, std::string_view key) {
+  start_sodium();
+  constexpr size_t kOverhead = crypto_secretbox_NONCEBYTES + crypto_secretbox_MACBYTES;
+  if (sealed.size() < kOverhead) return std::nullopt;
+  const BoxKey box(key);
+  const unsigned char* nonce = bytes_of(sealed);
+  std::string text(sealed.size() - kOverhead, '\0');
+  if (crypto_secretbox_open_easy(bytes_of(&text), nonce + crypto_secretbox_NONCEBYTES,
+                                 sealed.size() - crypto_secretbox_NONCEBYTES, nonce,
+                                 box.bytes.data()) != 0) {
+    return std::nullopt;
+  }
+  return text;
 }
 
 void wipe(std::string* secret) {

@@ -7,6 +7,7 @@
 #define HOST_SECRETS_H_
 
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -60,6 +61,13 @@ std::string random_password();
 
 // Compares in a time that depends on the lengths only.
 bool is_same_secret(std::string_view a, std::string_view b);
+
+// Encrypts a text so that only the same key opens it, and nobody else's text passes for it. The key
+// is one that cannot be guessed, such as a random_token().
+std::string seal(std::string_view text, std::string_view key);
+
+// The text that was sealed; nothing when it was not sealed with this key.
+std::optional<std::string> unseal(std::string_view sealed, std::string_view key);
 
 // Overwrites a secret and leaves the text empty.
 void wipe(std::string* secret);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ascii.h"
+#include "cookies.h"
 
 namespace platen {
 namespace {
@@ -14,7 +15,7 @@ namespace {
 constexpr std::string_view kCookieName = "platen_session";
 constexpr size_t kCookieLength = 43;
 constexpr size_t kSignatureLength = 64;
-constexpr int64_t kToldAfterEnd = 24 * 60 * 60;
+constexpr int64_t kToldAfterEnd = kDay;
 constexpr int64_t kSeenSteps = 30;
 
 constexpr char kSchema[] =
@@ -26,12 +27,6 @@ bool is_cookie(std::string_view text) {
   return text.size() == kCookieLength && std::all_of(text.begin(), text.end(), [](char c) {
            return is_letter_or_digit(c) || c == '-' || c == '_';
          });
-}
-
-std::string_view trim(std::string_view text) {
-  const size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 }  // namespace
@@ -116,20 +111,17 @@ TokenCheck Sessions::check_token(std::string_view cookie, std::string_view token
   return {Verdict::right, std::string(page)};
 }
 
+std::string claimed_page(std::string_view token) {
+  if (token.size() <= kSignatureLength || token[kSignatureLength] != ':') return "";
+  return std::string(token.substr(kSignatureLength + 1));
+}
+
 std::string new_cookie() { return random_token(); }
 
 std::string cookie_from(std::string_view cookie_header) {
-  while (!cookie_header.empty()) {
-    const size_t end = std::min(cookie_header.find(';'), cookie_header.size());
-    const std::string_view pair = trim(cookie_header.substr(0, end));
-    const size_t equals = pair.find('=');
-    if (pair.substr(0, equals) == kCookieName && equals != std::string_view::npos &&
-        is_cookie(pair.substr(equals + 1))) {
-      return std::string(pair.substr(equals + 1));
-    }
-    cookie_header.remove_prefix(std::min(end + 1, cookie_header.size()));
-  }
-  return "";
+  const auto values = cookies_named(cookie_header, kCookieName);
+  const auto found = std::find_if(values.begin(), values.end(), is_cookie);
+  return found == values.end() ? "" : std::string(*found);
 }
 
 std::string set_cookie_header(std::string_view cookie, bool secure) {

@@ -20,8 +20,8 @@ namespace platen {
 // How long a session lasts, in seconds. The time of the last request is kept to a thirtieth of
 // `idle`, so that not every page view writes to the disk.
 struct SessionTimes {
-  int64_t idle = 30 * 60;
-  int64_t total = 12 * 60 * 60;
+  int64_t idle = 30 * kMinute;
+  int64_t total = 12 * kHour;
 };
 
 enum class SessionState {
@@ -79,6 +79,10 @@ class Sessions {
   SecretKey session_key_;
   SecretKey token_key_;
 };
+
+// The page that a token names, whoever made it: of use to show that page again, proof of nothing.
+// Empty for a malformed token.
+std::string claimed_page(std::string_view token);
 
 // A cookie for a visitor who has none.
 std::string new_cookie();
