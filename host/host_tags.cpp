@@ -11,22 +11,27 @@ namespace {
 // One tag: the attribute that it needs, the further one that it takes, and how it prints.
 struct TagRule {
   std::string_view name;
-  TagKind kind;
   std::string_view needed;    // "" = none
   std::string_view optional;  // "" = none
-  bool takes_format;
+  TagKind kind;
   unsigned places;        // of a parser tag: its function's
   Format default_format;  // of a parser tag: its function's
+  bool takes_format;
 };
 
 constexpr unsigned kAnywhere = kHtmlText | kHtmlAttribute | kScriptString | kJsonBlock;
 
 constexpr TagRule kTags[] = {
-    {"parser", TagKind::parser, "fn", "arg", true, 0, Format::none},
-    {"include", TagKind::include, "file", "", false, 0, Format::none},
-    {"reason", TagKind::reason, "", "", true, kAnywhere, Format::html},
-    {"phrase", TagKind::phrase, "id", "", true, kAnywhere, Format::html},
-    {"template", TagKind::open_template, "", "", true, kJsonBlock, Format::json},
+    {"parser", "fn", "arg", TagKind::parser, 0, Format::none, true},
+    {"include", "file", "", TagKind::include, 0, Format::none, false},
+    {"reason", "", "", TagKind::reason, kAnywhere, Format::html, true},
+    {"phrase", "id", "", TagKind::phrase, kAnywhere, Format::html, true},
+    {"template", "", "", TagKind::open_template, kJsonBlock, Format::json, true},
+    {"token", "", "", TagKind::token, kHtmlText, Format::html, false},
+    {"login", "", "", TagKind::login, kAnywhere, Format::html, true},
+    {"posted", "", "", TagKind::posted, kJsonBlock, Format::json, true},
+    {"notice", "", "", TagKind::notice, kAnywhere, Format::html, true},
+    {"accounts", "", "", TagKind::accounts, kJsonBlock, Format::json, true},
 };
 
 struct FormatName {
@@ -75,7 +80,7 @@ std::string attributes_of(const TagRule& rule) {
     if (!name.empty()) names.emplace_back(name);
   }
   if (rule.takes_format) names.emplace_back("format");
-  return alternatives(names);
+  return names.empty() ? "none" : alternatives(names);
 }
 
 const std::string* find_attribute(const SourceTag& source, std::string_view name) {

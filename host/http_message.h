@@ -12,11 +12,24 @@ namespace platen {
 // A named value in its order of arrival: a query field or a header.
 using Field = std::pair<std::string, std::string>;
 
+// The longest body that is read; of a longer one only this much and one byte.
+inline constexpr size_t kLongestBody = 4 * 1024 * 1024;
+
+// Headers stand as they were sent, empty when they were not.
 struct Request {
   std::string method;        // "GET", "HEAD", "POST"
   std::string path;          // decoded, begins with "/"
   std::vector<Field> query;  // decoded, in order, repeated names kept
-  std::string language;      // Accept-Language as sent
+  std::string language;      // Accept-Language
+  std::string cookie;
+  std::string host;
+  std::string origin;
+  std::string referer;
+  std::string address;  // the client's
+  bool secure = false;  // it came over TLS
+  std::string content_type;
+  size_t content_length = 0;  // as announced
+  std::string body;
 };
 
 struct Response {

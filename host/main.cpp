@@ -9,7 +9,10 @@
 #include <exception>
 #include <filesystem>
 
+#include "account_command.h"
+#include "accounts.h"
 #include "device/configuration.h"
+#include "device/database.h"
 #include "device/log.h"
 #include "device/paths.h"
 #include "device/phrases.h"
@@ -19,6 +22,8 @@
 #include "parser_module.h"
 #include "runtime_directory.h"
 #include "sandbox.h"
+#include "service.h"
+#include "sessions.h"
 #include "site.h"
 #include "supervisor.h"
 
@@ -63,6 +68,8 @@ bool redirect_log(const std::string& file, std::string* error) {
   return true;
 }
 
+std::string database_file(const Options& options) { return options.state + "/configuration.db"; }
+
 bool open_device(const Options& options, std::string* error) {
   std::error_code fault;
   fs::create_directories(options.state, fault);
@@ -74,7 +81,23 @@ bool open_device(const Options& options, std::string* error) {
   return load_phrases(options.settings + "/phrases", error) &&
          load_paths(options.settings + "/paths.txt", fs::path(options.settings).parent_path(),
                     error) &&
-         open_configuration(options.state + "/configuration.db", error);
+         open_configuration(database_file(options), error);
+}
+
+// What is printed once platend serves. The password of the first account is made here and not
+// before, so that a start that fails has not made one that nobody has seen. The workers open
+// connections of their own.
+std::string greeting(const Options& options, const std::string& address) {
+  const std::string line = "Platen serves " + address;
+  try {
+    Database database(database_file(options));
+    Sessions sessions(database);
+    const auto password = Accounts(database, sessions).make_first();
+    return password ? line + "\nFirst login: admin / " + *password + " (to be changed)" : line;
+  } catch (const std::exception& fault) {
+    refuse("the first account cannot be made: " + std::string(fault.what()));
+    return line;
+  }
 }
 
 // The same program again, with absolute paths and without what has been done outside.
@@ -96,13 +119,14 @@ int serve_in_sandbox(const Options& options, const ParserModule& module, int lis
   return run_sandboxed(fs::canonical(options.data), program);
 }
 
-int serve_behind(const Options& options, Site* site, int listener) {
+int serve_behind(const Options& options, Service* service, int listener) {
   fcntl(listener, F_SETFL, O_NONBLOCK);
-  return Supervisor(options, site, listener, nullptr, "Platen serves FastCGI on " + options.fastcgi)
+  return Supervisor(options, service, listener, nullptr,
+                    [&] { return greeting(options, "FastCGI on " + options.fastcgi); })
       .run();
 }
 
-int serve_http(const Options& options, Site* site, int listener) {
+int serve_http(const Options& options, Service* service, int listener) {
   std::string error;
   RuntimeDirectory directory;
   int workers_listener = -1;
@@ -112,8 +136,8 @@ int serve_http(const Options& options, Site* site, int listener) {
   }
   fcntl(workers_listener, F_SETFL, O_NONBLOCK);
   Front front(directory.path(), options.pages, listener, options.request_time);
-  return Supervisor(options, site, workers_listener, &front,
-                    "Platen serves " + listener_url(listener))
+  return Supervisor(options, service, workers_listener, &front,
+                    [&] { return greeting(options, listener_url(listener)); })
       .run();
 }
 
@@ -124,9 +148,9 @@ int serve_here(const Options& options, const ParserModule& module, int listener)
     return refuse(error);
   }
   module.init();
-  Site site(options.pages, &module);
-  return options.fastcgi.empty() ? serve_http(options, &site, listener)
-                                 : serve_behind(options, &site, listener);
+  Service service(options.pages, module, database_file(options));
+  return options.fastcgi.empty() ? serve_http(options, &service, listener)
+                                 : serve_behind(options, &service, listener);
 }
 
 int serve_on(int listener, const Options& options, const ParserModule& module) {
@@ -181,6 +205,10 @@ int run(const std::vector<std::string>& arguments) {
   if (options.version) {
     puts("platend " PLATEN_VERSION);
     return 0;
+  }
+  if (!options.account.empty()) {
+    return account_command({options.account.begin() + 1, options.account.end()},
+                           database_file(options), stdout, stderr);
   }
   if (options.check) {
     return pages_are_sound(options, stdout) ? 0 : kFailed;

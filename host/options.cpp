@@ -10,6 +10,8 @@
 namespace platen {
 namespace {
 
+constexpr std::string_view kAccountCommand = "account";
+
 struct Flag {
   bool Options::*field;
 };
@@ -128,6 +130,10 @@ void fill_defaults(Options* options) {
 bool parse_options(const std::vector<std::string>& arguments, Options* options,
                    std::string* error) {
   for (size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i] == kAccountCommand) {
+      options->account.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
+      break;
+    }
     Argument argument = split_argument(arguments[i]);
     const auto* row = std::ranges::find(kOptions, argument.name, &OptionRow::name);
     if (row == std::end(kOptions)) {
@@ -179,9 +185,13 @@ std::string help_text() {
   constexpr size_t kColumn = 26;
   std::string text =
       "platend serves the pages of a networked scanner.\n\n"
-      "Usage: platend [OPTION]...\n\n"
+      "Usage: platend [OPTION]...\n"
+      "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n\n"
       "It starts lighttpd as its web server, answers the pages with a few worker processes\n"
-      "of its own, and prints the address once it serves. Ctrl-C stops everything.\n\n"
+      "of its own, and prints the address once it serves. Ctrl-C stops everything. At its first "
+      "start it makes the\n"
+      "account \"admin\" and prints its password. With \"account\" it manages the accounts of the\n"
+      "same --data or --state and ends.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
     std::string line = "  " + std::string(row.name) + " " + std::string(row.value);
@@ -198,6 +208,8 @@ std::string help_text() {
          "\nExamples:\n"
          "  platend --data data --port 9000       serve a device tree on another port\n"
          "  platend --check --pages pages         check the pages only\n"
+         "  platend --data data account reset admin\n"
+         "                                        give the administrator a new password\n"
          "  platend --fastcgi /run/platen.sock    work behind a web server that is already there\n";
 }
 

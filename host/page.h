@@ -15,7 +15,18 @@
 
 namespace platen {
 
-enum class TagKind { parser, include, reason, phrase, open_template };
+enum class TagKind {
+  parser,
+  include,
+  reason,
+  phrase,
+  open_template,
+  token,
+  login,
+  posted,
+  notice,
+  accounts
+};
 
 struct PageText {
   Position at;

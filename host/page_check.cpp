@@ -6,6 +6,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "host_tags.h"
 #include "marked_text.h"
@@ -41,6 +42,12 @@ bool is_active_attribute(std::string_view name) {
 template <typename List>
 bool is_one_of(GumboTag tag, const List& list) {
   return std::ranges::find(list, tag) != std::end(list);
+}
+
+bool is_posting_form(const GumboElement& element) {
+  const GumboAttribute* method = gumbo_get_attribute(&element.attributes, "method");
+  return element.tag == GUMBO_TAG_FORM && method != nullptr &&
+         ::strcasecmp(method->value, "post") == 0;
 }
 
 bool is_data_block(const GumboElement& element) {
@@ -81,6 +88,7 @@ class HtmlChecker {
     for (size_t i = 0; i < seen_.size(); ++i) {
       if (!seen_[i]) refuse(i, "inside a tag, outside a double-quoted attribute value");
     }
+    check_tokens();
   }
 
  private:
@@ -117,6 +125,9 @@ class HtmlChecker {
     } else if (element.tag == GUMBO_TAG_SCRIPT && !loads_script && !is_data_block(element)) {
       fault_at(element.original_tag,
                "a page has no inline script; put it into a script file and name it with src");
+    }
+    if (is_posting_form(element)) {
+      forms_.push_back(offset_of(element.original_tag));
     }
     visit_children(element.children);
   }
@@ -173,6 +184,29 @@ class HtmlChecker {
                            name + "> and the tag"});
   }
 
+  // A token outside its form would be of no use, and in a form that is not posted it would show in
+  // the address.
+  void check_tokens() {
+    for (const Marker& marker : marked_.markers()) {
+      if (marker.tag->kind != TagKind::token || is_in_form(marker.offset)) continue;
+      faults_.push_back({marker.tag->at, marker.tag->label +
+                                             " stands outside a <form method=\"post\">; put it "
+                                             "into the form that it is for"});
+    }
+  }
+
+  // Told by the text: the parser puts the last text of a form behind it, and keeps no end of it.
+  bool is_in_form(size_t offset) const {
+    constexpr std::string_view kEnd = "</form";
+    const auto is_same_letter = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
+    return std::ranges::any_of(forms_, [&](size_t begin) {
+      if (begin > offset) return false;
+      const std::string_view inside =
+          std::string_view(marked_.text()).substr(begin, offset - begin);
+      return std::ranges::search(inside, kEnd, is_same_letter).empty();
+    });
+  }
+
   void visit_data_block(std::string_view text) {
     const std::vector<size_t> markers = marked_.markers_in(text);
     const bool sound = markers.empty() || Json::accept(marked_.with_quoted_markers(text));
@@ -210,6 +244,7 @@ class HtmlChecker {
   const MarkedText& marked_;
   std::vector<Fault>& faults_;
   std::vector<bool> seen_;
+  std::vector<size_t> forms_;  // that are posted: where each begins
 };
 
 // A script without tags is the browser's to judge.

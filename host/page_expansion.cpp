@@ -6,13 +6,12 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <new>
 #include <utility>
 
+#include "module_request.h"
 #include "platform/log.h"
 #include "platform/server.h"
-#include "request_record.h"
 #include "template_json.h"
 
 namespace platen {
@@ -23,10 +22,6 @@ constexpr const char* kSource = "page_expansion.cpp";
 void log_error(const char* text, int line = __builtin_LINE()) {
   Log_Entry(LOG_LEVEL_ERROR, kSource, line, "%s", text);
 }
-
-struct FreeDeleter {
-  void operator()(char* text) const { std::free(text); }
-};
 
 // A response stream that grows in memory.
 class MemoryStream {
@@ -60,17 +55,11 @@ class MemoryStream {
 // One request's run through a page.
 class PageRun {
  public:
-  PageRun(const ParserModule& module, const std::vector<Field>& fields, const std::string& language)
-      : module_(module), record_(fields, language) {
+  PageRun(ModuleRequest* request, const HostValues& values)
+      : request_(*request), record_(request->record()), values_(values) {
     record_.outfs = stream_.file();
   }
-
-  // Whatever way the run ends, the next request finds no template open and no value held.
-  ~PageRun() {
-    discard_open_template();
-    module_.release_values();
-    log_failures();
-  }
+  ~PageRun() { record_.outfs = nullptr; }
   PageRun(const PageRun&) = delete;
   PageRun& operator=(const PageRun&) = delete;
 
@@ -92,42 +81,63 @@ class PageRun {
       case TagKind::parser:
         return call_function(tag);
       case TagKind::reason:
-        return stream_.write(formatted_text(record_.Reason, tag.format));
+        return print_reason(tag);
       case TagKind::phrase:
-        return stream_.write(formatted_text(phrase(tag.argument), tag.format));
+        return print(phrase(tag.argument), tag.format);
       case TagKind::open_template:
-        return stream_.write(json_text(template_json(module_, record_.parserTemplate)));
+        return print(template_json(request_.module(), record_.parserTemplate), tag.format);
+      case TagKind::token:
+        return print_token(tag);
+      case TagKind::login:
+      case TagKind::posted:
+      case TagKind::notice:
+      case TagKind::accounts:
+        return print(host_value(tag), tag.format);
       case TagKind::include:
         return;  // resolved when the page was read
     }
   }
 
+  Json host_value(const PageTag& tag) const { return values_ ? values_(tag) : Json(); }
+
+  void print(const Json& value, Format format) {
+    const std::string text = value.is_string() ? value.get<std::string>() : "";
+    stream_.write(format == Format::json ? json_text(value) : formatted_text(text, format));
+  }
+
+  // What a form was refused for is of more use than what the page met meanwhile.
+  void print_reason(const PageTag& tag) {
+    const Json refused = host_value(tag);
+    print(refused.is_string() ? refused : Json(valid_utf8(record_.Reason)), tag.format);
+  }
+
+  void print_token(const PageTag& tag) {
+    const Json token = host_value(tag);
+    if (!token.is_string()) return;
+    stream_.write("<input type=\"hidden\" name=\"token\" value=\"" +
+                  html_text(token.get<std::string>()) + "\">");
+  }
+
   // Calls a parser function with a copy of the argument, which it may cut in place.
   void call_function(const PageTag& tag) {
     const TemplateUse use = tag.function->use;
-    if (use == TemplateUse::opens || use == TemplateUse::opens_own) discard_open_template();
+    if (use == TemplateUse::opens || use == TemplateUse::opens_own) {
+      request_.discard_open_template();
+    }
     const auto reason = std::to_array(record_.Reason);
     TagOutput output(*tag.function, tag.format);
     std::string argument = tag.argument;
     record_.tag = &output;
-    module_.output_function(tag.function->name)(&record_, argument.data());
+    request_.module().output_function(tag.function->name)(&record_, argument.data());
     record_.tag = nullptr;
     stream_.write(output.finish());
     if (!output.fault().empty()) fault_ = fault_text({tag.at, output.fault()});
     if (use == TemplateUse::opens) log_open_error();
     if (use == TemplateUse::opens_own) {
       // What a listing met in templates of its own is no failure of the page.
-      discard_open_template();
+      request_.discard_open_template();
       std::ranges::copy(reason, record_.Reason);
     }
-  }
-
-  // Closes the open template without saving and without its hidden field in the page.
-  void discard_open_template() {
-    FILE* page = std::exchange(record_.outfs, nullptr);
-    char discard[] = "FALSE";
-    if (record_.parserTemplate != nullptr) module_.close_template(&record_, discard);
-    record_.outfs = page;
   }
 
   // The token where the language has no such phrase, so that the gap shows in the page.
@@ -137,31 +147,23 @@ class PageRun {
   }
 
   void log_open_error() {
-    const auto* object = static_cast<const TemplateObject*>(record_.parserTemplate);
-    if (const char* error = module_.error(object); error[0] != '\0') log_error(error);
+    if (const std::string error = request_.open_error(); !error.empty()) log_error(error.c_str());
   }
 
-  void log_failures() {
-    const std::unique_ptr<char, FreeDeleter> failures(module_.failures());
-    if (failures == nullptr) return;
-    for (std::string_view rest = failures.get(); !rest.empty();) {
-      const std::string line(rest.substr(0, rest.find('\n')));
-      log_error(line.c_str());
-      rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-    }
-  }
-
-  const ParserModule& module_;
+  ModuleRequest& request_;
+  RequestRecord& record_;
+  const HostValues& values_;
   MemoryStream stream_;
-  RequestRecord record_;
   std::string fault_;
 };
 
 }  // namespace
 
 Expansion expand_page(const Page& page, const ParserModule& module,
-                      const std::vector<Field>& fields, const std::string& language) {
-  return PageRun(module, fields, language).expand(page);
+                      const std::vector<Field>& fields, const std::string& language,
+                      const HostValues& values) {
+  ModuleRequest request(module, fields, language);
+  return PageRun(&request, values).expand(page);
 }
 
 }  // namespace platen

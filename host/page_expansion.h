@@ -3,9 +3,11 @@
 #ifndef HOST_PAGE_EXPANSION_H_
 #define HOST_PAGE_EXPANSION_H_
 
+#include <functional>
 #include <string>
 
 #include "http_message.h"
+#include "output_format.h"
 #include "page.h"
 #include "parser_module.h"
 
@@ -17,12 +19,17 @@ struct Expansion {
   std::string reason;  // the failure that the module told, such as a template that did not open
 };
 
+// Gives what a tag of the host's own shows: for the token the text of its hidden field, for a
+// reason why a form was refused, each as a text or null. Asked once for each tag that is expanded.
+using HostValues = std::function<Json(const PageTag& tag)>;
+
 // Expands `page`. Printed text is never read for tags. `language` is the code of an installed
 // language. At the end no template is open, the values read are released, and the store's failures
-// are in the log, as is why a template could not be opened.
+// are in the log, as is why a template could not be opened. Without `values` they are all null.
 // Requires: a page without faults.
 Expansion expand_page(const Page& page, const ParserModule& module,
-                      const std::vector<Field>& fields, const std::string& language);
+                      const std::vector<Field>& fields, const std::string& language,
+                      const HostValues& values = nullptr);
 
 }  // namespace platen
 

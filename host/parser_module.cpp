@@ -4,8 +4,6 @@
 
 #include <dlfcn.h>
 
-#include "parser_functions.h"
-
 namespace platen {
 namespace {
 
@@ -115,12 +113,17 @@ bool ParserModule::check_store(const std::string& path, std::string* fault) {
   return true;
 }
 
-OutputFunction ParserModule::output_function(const std::string& name) const {
+void* ParserModule::function(const std::string& name, Shape shape) const {
   const ParserFunction* row = find_parser_function(name);
-  if (row == nullptr || row->shape != Shape::output) {
-    return nullptr;
-  }
-  return reinterpret_cast<OutputFunction>(dlsym(handle_, row->name));
+  return row == nullptr || row->shape != shape ? nullptr : dlsym(handle_, row->name);
+}
+
+OutputFunction ParserModule::output_function(const std::string& name) const {
+  return reinterpret_cast<OutputFunction>(function(name, Shape::output));
+}
+
+FormHandler ParserModule::form_handler(const std::string& name) const {
+  return reinterpret_cast<FormHandler>(function(name, Shape::form));
 }
 
 }  // namespace platen

@@ -6,11 +6,13 @@
 #include <string>
 
 #include "http_parser.h"
+#include "parser_functions.h"
 #include "templateWrapper.h"
 
 namespace platen {
 
 using OutputFunction = void (*)(QVN_AppData* udata, char* arg);
+using FormHandler = int (*)(QVN_AppData* udata, FormEntry* entries, int count);
 
 // The loaded libraries; they stay loaded until the process ends.
 class ParserModule {
@@ -22,6 +24,9 @@ class ParserModule {
 
   // The output function of that name; null when the module has none.
   OutputFunction output_function(const std::string& name) const;
+
+  // The form handler of that name; null when the module has none.
+  FormHandler form_handler(const std::string& name) const;
 
   // The file of the store that the module links.
   const std::string& store_file() const { return store_file_; }
@@ -36,6 +41,7 @@ class ParserModule {
 
  private:
   bool resolve_functions(const std::string& path, std::string* fault);
+  void* function(const std::string& name, Shape shape) const;
   bool check_store(const std::string& path, std::string* fault);
 
   void* handle_ = nullptr;

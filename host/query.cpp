@@ -87,4 +87,13 @@ bool decode_query(std::string_view encoded, std::vector<Field>* fields, std::str
   return true;
 }
 
+bool decode_target(std::string_view target, std::string* path, std::vector<Field>* query,
+                   std::string* error) {
+  const size_t question = target.find('?');
+  const std::string_view encoded =
+      question == std::string_view::npos ? "" : target.substr(question + 1);
+  return decode_path(target.substr(0, question), path, error) &&
+         decode_query(encoded, query, error);
+}
+
 }  // namespace platen

@@ -21,6 +21,10 @@ bool decode_path(std::string_view encoded, std::string* path, std::string* error
 // in it; `fields` holds those before it.
 bool decode_query(std::string_view encoded, std::vector<Field>* fields, std::string* error);
 
+// Decodes a request target, path and query. Returns false and sets `error` as those two do.
+bool decode_target(std::string_view target, std::string* path, std::vector<Field>* query,
+                   std::string* error);
+
 }  // namespace platen
 
 #endif  // HOST_QUERY_H_

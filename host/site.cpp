@@ -9,7 +9,6 @@
 
 #include "device/phrases.h"
 #include "error_page.h"
-#include "page_expansion.h"
 #include "platform/log.h"
 #include "policy.h"
 
@@ -74,16 +73,16 @@ std::vector<std::string> Site::check() const {
   return faults;
 }
 
-Response Site::serve(const Request& request) {
+Response Site::serve(const Request& request, const HostValues& values) {
   try {
-    return answer(request);
+    return answer(request, values);
   } catch (const std::exception& error) {
     log_line(LOG_LEVEL_ERROR, request.path + ": " + error.what());
     return error_response(500);
   }
 }
 
-Response Site::answer(const Request& request) {
+Response Site::answer(const Request& request, const HostValues& values) {
   const std::string name = page_name(request.path);
   if (name.empty() || find_page_file(pages_, name).path.empty()) {
     return error_response(404, "There is no page " + request.path + ".", "Check the address.");
@@ -92,17 +91,18 @@ Response Site::answer(const Request& request) {
     log_line(LOG_LEVEL_WARNING, "refused " + request.path + ": " + refusal);
     return error_response(400, refusal, "Change the address, or go back to the start page.");
   }
-  return answer_page(name, request);
+  return answer_page(name, request, values);
 }
 
-Response Site::answer_page(const std::string& name, const Request& request) {
+Response Site::answer_page(const std::string& name, const Request& request,
+                           const HostValues& values) {
   const std::shared_ptr<const Page> source = page(name);
   for (const Fault& fault : source->faults) log_line(LOG_LEVEL_ERROR, fault_text(fault));
   if (!source->faults.empty()) {
     return error_response(500, "The page " + request.path + " has a fault.", kTellAdministrator);
   }
   Expansion expansion =
-      expand_page(*source, *module_, request.query, best_language(request.language));
+      expand_page(*source, *module_, request.query, best_language(request.language), values);
   if (!expansion.fault.empty()) {
     log_line(LOG_LEVEL_ERROR, expansion.fault);
     return error_response(500, "The page " + request.path + " failed.", kTellAdministrator);

@@ -10,6 +10,7 @@
 
 #include "http_message.h"
 #include "page.h"
+#include "page_expansion.h"
 #include "parser_module.h"
 
 namespace platen {
@@ -31,12 +32,12 @@ class Site {
   // why. A page that was shown although its template could not be opened has the status 404.
   // At its end no template is open, the values read are released, and failures of the store are in
   // the log.
-  // Requires: a module.
-  Response serve(const Request& request);
+  // `values` gives what the host's own tags show. Requires: a module.
+  Response serve(const Request& request, const HostValues& values = nullptr);
 
  private:
-  Response answer(const Request& request);
-  Response answer_page(const std::string& name, const Request& request);
+  Response answer(const Request& request, const HostValues& values);
+  Response answer_page(const std::string& name, const Request& request, const HostValues& values);
   std::shared_ptr<const Page> page(const std::string& name);
 
   std::string pages_;

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "last_answer.h"
 #include "platform/log.h"
@@ -59,10 +60,10 @@ bool RateLimit::allows(int64_t now) {
   return true;
 }
 
-Supervisor::Supervisor(const Options& options, Site* site, int listener, Front* front,
-                       std::string greeting)
+Supervisor::Supervisor(const Options& options, Service* service, int listener, Front* front,
+                       std::function<std::string()> greeting)
     : options_(options),
-      site_(site),
+      service_(service),
       listener_(listener),
       front_(front),
       greeting_(std::move(greeting)),
@@ -108,10 +109,10 @@ bool Supervisor::start_front() {
 }
 
 void Supervisor::greet() {
-  if (!greeting_.empty()) {
-    puts(greeting_.c_str());
+  if (greeting_) {
+    std::string lines = std::exchange(greeting_, nullptr)();
+    puts(lines.c_str());
     fflush(stdout);
-    greeting_.clear();
   }
 }
 
@@ -139,7 +140,7 @@ void Supervisor::start_worker(size_t i) {
   }
   if (process == 0) {
     close(signals_);
-    run_worker(listener_, options_, site_, state);
+    run_worker(listener_, options_, service_, state);
     exit(0);
   }
   workers_[i] = {process, 0};

@@ -7,12 +7,13 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "front.h"
 #include "options.h"
-#include "site.h"
+#include "service.h"
 #include "worker_state.h"
 
 namespace platen {
@@ -34,8 +35,9 @@ class RateLimit {
 class Supervisor {
  public:
   // `listener` is where the workers take requests; it must not block. `front` may be null; it is
-  // started. `greeting` is printed once everything serves.
-  Supervisor(const Options& options, Site* site, int listener, Front* front, std::string greeting);
+  // started. `greeting` gives the lines that are printed once everything serves.
+  Supervisor(const Options& options, Service* service, int listener, Front* front,
+             std::function<std::string()> greeting);
   ~Supervisor();
   Supervisor(const Supervisor&) = delete;
   Supervisor& operator=(const Supervisor&) = delete;
@@ -68,10 +70,10 @@ class Supervisor {
   bool any_worker() const;
 
   const Options& options_;
-  Site* site_;
+  Service* service_;
   int listener_;
   Front* front_;
-  std::string greeting_;
+  std::function<std::string()> greeting_;  // empty once it was printed
   int signals_ = -1;
   std::vector<Worker> workers_;
   WorkerState* states_;

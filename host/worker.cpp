@@ -7,8 +7,11 @@
 #include <signal.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
+#include <utility>
 
 #include "error_page.h"
 #include "fastcgi_response.h"
@@ -51,10 +54,21 @@ std::string parameter(const FCGX_Request& request, const char* name) {
 }
 
 // Reads the request to its end, so that the connection can be closed without losing the answer.
-void discard_body(FCGX_Request* request) {
-  char bytes[4096];
-  while (FCGX_GetStr(bytes, sizeof(bytes), request->in) > 0) {
+std::string read_body(FCGX_Request* request) {
+  std::string body;
+  char bytes[16384];
+  int count = 0;
+  while ((count = FCGX_GetStr(bytes, sizeof(bytes), request->in)) > 0) {
+    body.append(bytes, std::min(static_cast<size_t>(count), kLongestBody + 1 - body.size()));
   }
+  return body;
+}
+
+size_t announced_length(const FCGX_Request& request) {
+  const std::string text = parameter(request, "CONTENT_LENGTH");
+  size_t length = 0;
+  std::from_chars(text.data(), text.data() + text.size(), length);
+  return length;
 }
 
 void show_request(const Request& request, WorkerState* state) {
@@ -63,25 +77,33 @@ void show_request(const Request& request, WorkerState* state) {
   state->request[length] = '\0';
 }
 
-Response answer(const FCGX_Request& fastcgi, Site* site, WorkerState* state) {
-  const std::string target = parameter(fastcgi, "REQUEST_URI");
-  const size_t question = target.find('?');
-  const std::string query = question == std::string::npos ? "" : target.substr(question + 1);
+struct Header {
+  const char* parameter;
+  std::string Request::*field;
+};
+
+constexpr Header kHeaders[] = {
+    {"REQUEST_METHOD", &Request::method}, {"HTTP_ACCEPT_LANGUAGE", &Request::language},
+    {"HTTP_COOKIE", &Request::cookie},    {"HTTP_HOST", &Request::host},
+    {"HTTP_ORIGIN", &Request::origin},    {"HTTP_REFERER", &Request::referer},
+    {"REMOTE_ADDR", &Request::address},   {"CONTENT_TYPE", &Request::content_type},
+};
+
+Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
+                WorkerState* state) {
   Request request;
-  request.method = parameter(fastcgi, "REQUEST_METHOD");
-  request.language = parameter(fastcgi, "HTTP_ACCEPT_LANGUAGE");
+  for (const Header& header : kHeaders) {
+    request.*header.field = parameter(fastcgi, header.parameter);
+  }
+  request.secure = parameter(fastcgi, "HTTPS") == "on";
+  request.content_length = announced_length(fastcgi);
+  request.body = std::move(body);
   std::string fault;
-  if (!decode_path(target.substr(0, question), &request.path, &fault) ||
-      !decode_query(query, &request.query, &fault)) {
+  if (!decode_target(parameter(fastcgi, "REQUEST_URI"), &request.path, &request.query, &fault)) {
     return error_response(400, fault, "Check the address.");
   }
   show_request(request, state);
-  if (request.method != "GET" && request.method != "HEAD") {
-    Response refusal = error_response(405);
-    refusal.headers.emplace_back("Allow", "GET, HEAD");
-    return refusal;
-  }
-  return site->serve(request);
+  return service->serve(request);
 }
 
 // The request was read to its end, so the connection is closed without waiting for the front.
@@ -97,7 +119,7 @@ void hand_over(FCGX_Request* request, const Response& response) {
 
 // Answers the request on an accepted connection. libfcgi takes the connection over because it looks
 // like one that was kept after an earlier request; without a listener it accepts no other.
-void serve_connection(int connection, Site* site, WorkerState* state) {
+void serve_connection(int connection, Service* service, WorkerState* state) {
   FCGX_Request request;
   FCGX_InitRequest(&request, -1, FCGI_FAIL_ACCEPT_ON_INTR);
   request.ipcFd = connection;
@@ -105,9 +127,9 @@ void serve_connection(int connection, Site* site, WorkerState* state) {
   promise_last_answer(connection, 1);
   if (FCGX_Accept_r(&request) == 0) {
     promise_last_answer(connection, request.requestId);
-    discard_body(&request);
+    std::string body = read_body(&request);
     if (!front_gave_up(connection)) {
-      hand_over(&request, answer(request, site, state));
+      hand_over(&request, answer(request, std::move(body), service, state));
     }
   }
   withdraw_last_answer();
@@ -125,7 +147,7 @@ void install_signals() {
 
 }  // namespace
 
-void run_worker(int listener, const Options& options, Site* site, WorkerState* state) {
+void run_worker(int listener, const Options& options, Service* service, WorkerState* state) {
   FCGX_Init();
   install_signals();
   install_last_answer(state, int64_t{options.request_time} * 1000);
@@ -135,7 +157,7 @@ void run_worker(int listener, const Options& options, Site* site, WorkerState* s
       return;
     }
     state->busy_since = monotonic_ms();
-    serve_connection(connection, site, state);
+    serve_connection(connection, service, state);
     state->busy_since = 0;
   }
 }

@@ -4,7 +4,7 @@
 #define HOST_WORKER_H_
 
 #include "options.h"
-#include "site.h"
+#include "service.h"
 #include "worker_state.h"
 
 namespace platen {
@@ -13,7 +13,7 @@ namespace platen {
 // after which a worker is replaced, then returns; SIGTERM lets a request under way end first.
 // To be called in a process of its own, with SIGTERM blocked; it is let through while idle.
 // A request for which the process ends, for whatever reason, is answered with 500 or 504.
-void run_worker(int listener, const Options& options, Site* site, WorkerState* state);
+void run_worker(int listener, const Options& options, Service* service, WorkerState* state);
 
 }  // namespace platen
 

@@ -60,7 +60,7 @@ TEST_F(PageTest, RefusesTagsThatItCannotUnderstand) {
                     {"<!--#reason-->", ""},
                     {"x\n <!--#Reason-->",
                      "p.html:2:2: unknown tag \"Reason\"; the tags are parser, include, reason, "
-                     "phrase or template"},
+                     "phrase, template, token, login, posted, notice or accounts"},
                     {"<!--#parser-->", "p.html:1:1: the tag parser needs the attribute fn"},
                     {"<!--#parser fn=\"\"-->", "p.html:1:1: the tag parser needs the attribute fn"},
                     {"<!--#phrase-->", "p.html:1:1: the tag phrase needs the attribute id"},

@@ -74,7 +74,8 @@ class Platend {
       await Promise.race([once(this.child.stdout, 'data'), this.closed]);
       if (this.child.exitCode !== null) throw new Error(`platend has ended: ${this.log}`);
     }
-    this.address = this.output.match(/^Platen serves (?:FastCGI on )?(.*)\n$/)[1];
+    this.address = this.output.match(/^Platen serves (?:FastCGI on )?(.*)\n/)[1];
+    this.firstPassword = this.output.match(/^First login: admin \/ (\S+) \(to be changed\)$/m)?.[1];
   }
 
   /** Waits until the log holds a match of `pattern`. */

@@ -35,7 +35,7 @@ test('pages carry the headers that protect them, and no trace of the server', as
   assert.deepEqual([status, body], [200, pages['index.html']]);
   assert.equal(headers['content-security-policy'], policy);
   assert.equal(headers['x-content-type-options'], 'nosniff');
-  assert.equal(headers['referrer-policy'], 'no-referrer');
+  assert.equal(headers['referrer-policy'], 'same-origin');
   assert.equal(headers['cache-control'], 'no-store');
   assert.equal(headers['content-type'], 'text/html; charset=utf-8');
   assert.equal(headers['content-length'], String(body.length));

@@ -25,7 +25,12 @@ class SiteTest : public PageFixture {
  protected:
   Response request(const std::string& path, const std::vector<Field>& query = {},
                    const std::string& language = "") {
-    return site_.serve({"GET", path, query, language});
+    Request asked;
+    asked.method = "GET";
+    asked.path = path;
+    asked.query = query;
+    asked.language = language;
+    return site_.serve(asked);
   }
 
   // The body of a page with that text.
@@ -230,7 +235,8 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
   EXPECT_NE(response.body.find("The page /p.html has a fault."), std::string::npos);
   EXPECT_EQ(module_double().log, (std::vector<std::string>{
                                      "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
-                                     "parser, include, reason, phrase or template"}));
+                                     "parser, include, reason, phrase, template, token, "
+                                     "login, posted, notice or accounts"}));
 }
 
 TEST_F(SiteTest, AnswersAPrintOfUnknownValuesWith500AndNoneOfThePage) {
@@ -258,8 +264,8 @@ TEST_F(SiteTest, LogsTheFailuresOfTheStore) {
   module_double().failures = "a.KTP: save: disk full\nb.KTP: write: not open\n";
   served("x");
   EXPECT_EQ(module_double().log,
-            (std::vector<std::string>{"3 page_expansion.cpp a.KTP: save: disk full",
-                                      "3 page_expansion.cpp b.KTP: write: not open"}));
+            (std::vector<std::string>{"3 module_request.cpp a.KTP: save: disk full",
+                                      "3 module_request.cpp b.KTP: write: not open"}));
 }
 
 TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
@@ -271,8 +277,8 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
   write(".hidden/p.html", "<!--#");
   EXPECT_EQ(site_.check(),
             (std::vector<std::string>{
-                "x.inc:1:1: unknown tag \"oh\"; the tags are parser, include, reason, phrase or "
-                "template",
+                "x.inc:1:1: unknown tag \"oh\"; the tags are parser, include, reason, phrase, "
+                "template, token, login, posted, notice or accounts",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
                 "closed"}));
 }

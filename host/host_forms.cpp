@@ -1,0 +1,172 @@
+// The table of the host's forms.
+// SPDX-License-Identifier: MIT
+#include "host_forms.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "device/phrases.h"
+#include "module_forms.h"
+#include "next_page.h"
+#include "page_views.h"
+#include "query.h"
+
+namespace platen {
+namespace {
+
+constexpr const char* kStartPage = "/index.html";
+constexpr const char* kPasswordPage = "/password.html";
+constexpr const char* kNextPage = "NextPage";
+
+std::string value(const Post& post, std::string_view name) {
+  return field_value(post.fields, name);
+}
+
+std::string duration_text(int64_t seconds) {
+  if (seconds < 120) return std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
+  return std::to_string((seconds + 59) / 60) + " minutes";
+}
+
+// Where a login leads: the form says so, or the address of the page that it came from.
+std::string page_after_login(const Post& post) {
+  std::vector<Field> query;
+  std::string path;
+  std::string fault;
+  std::string asked;
+  if (decode_target(post.page, &path, &query, &fault)) {
+    const auto field = std::ranges::find(query, kNextPage, &Field::first);
+    if (field != query.end()) asked = field->second;
+  }
+  return next_page(post, is_local_path(asked) ? asked : kStartPage);
+}
+
+Outcome wait(int64_t seconds) {
+  Outcome outcome = refusal(
+      429, "There were too many failed tries. Try again in " + duration_text(seconds) + ".");
+  outcome.headers.emplace_back("Retry-After", std::to_string(seconds));
+  return outcome;
+}
+
+// What was typed in an earlier session moves on to the new one, and is shown by the page that it
+// was for.
+Outcome begin_session(const std::string& account, const std::string& page, Visit* visit) {
+  const std::string kept = PageViews::take_kept(page, visit);
+  visit->log_in(account);
+  if (visit->must_change()) return success("Choose a password of your own first.", kPasswordPage);
+  if (kept.empty()) return success("", page);
+  PageViews::keep(page, kept, visit);
+  return success("You are logged in again. What you had typed stands here; it is not sent yet.",
+                 page);
+}
+
+Outcome log_in(const Post& post, const HostFormContext& context) {
+  const LoginResult login = context.accounts.authenticate(
+      value(post, "name"), value(post, "password"), context.visit.address());
+  switch (login.outcome) {
+    case LoginResult::Outcome::wait:
+      return wait(login.wait_seconds);
+    case LoginResult::Outcome::wrong:
+      return refusal(403, "The name or the password is not right. Type both again.", "password");
+    case LoginResult::Outcome::disabled:
+      return refusal(403, "This account is disabled. Ask an administrator to enable it.", "name");
+    case LoginResult::Outcome::right:
+      break;
+  }
+  return begin_session(login.account.name, page_after_login(post), &context.visit);
+}
+
+Outcome log_out(const Post& post, const HostFormContext& context) {
+  context.visit.log_out();
+  return success("You are logged out.", next_page(post, kStartPage));
+}
+
+Outcome change_password(const Post& post, const HostFormContext& context) {
+  if (value(post, "new") != value(post, "repeat")) {
+    return refusal(422, "The two new passwords differ. Type the same one twice.", "repeat");
+  }
+  const Visit& visit = context.visit;
+  const std::string fault =
+      context.accounts.change_password(visit.account().name, value(post, "old"), value(post, "new"),
+                                       visit.address(), visit.cookie());
+  return fault.empty() ? success("Your password is changed.", next_page(post, kStartPage))
+                       : refusal(422, fault);
+}
+
+struct AccountChange {
+  std::string_view word;
+  std::string (*make)(const Post& post, Accounts& accounts, std::string* password);
+  std::string_view notice;
+};
+
+constexpr AccountChange kAccountChanges[] = {
+    {"add",
+     [](const Post& post, Accounts& accounts, std::string* password) {
+       return accounts.add(value(post, "name"),
+                           account_role(value(post, "role")).value_or(Role::user), password);
+     },
+     "is added"},
+    {"reset",
+     [](const Post& post, Accounts& accounts, std::string* password) {
+       return accounts.reset(value(post, "name"), password);
+     },
+     "has a new password"},
+    {"disable",
+     [](const Post& post, Accounts& accounts, std::string*) {
+       return accounts.set_disabled(value(post, "name"), true);
+     },
+     "is disabled"},
+    {"enable",
+     [](const Post& post, Accounts& accounts, std::string*) {
+       return accounts.set_disabled(value(post, "name"), false);
+     },
+     "is enabled"},
+};
+
+Outcome change_account(const Post& post, const HostFormContext& context) {
+  const auto* change =
+      std::ranges::find(kAccountChanges, value(post, "what"), &AccountChange::word);
+  std::string password;
+  const std::string fault = change->make(post, context.accounts, &password);
+  if (!fault.empty()) return refusal(422, fault, "name");
+  std::string notice =
+      "The account \"" + value(post, "name") + "\" " + std::string(change->notice) + ".";
+  if (!password.empty()) {
+    notice += " Its password is " + password +
+              " and is shown this once; it must be changed at the first login.";
+    wipe(&password);
+  }
+  return success(std::move(notice));
+}
+
+Outcome rename(const Post& post, const HostFormContext& context) {
+  return rename_template(context.module, post, context.visit);
+}
+
+Outcome choose_language(const Post& post, const HostFormContext& context) {
+  const std::string code = value(post, "language");
+  const std::vector<std::string> installed = languages();
+  if (std::ranges::find(installed, code) == installed.end()) {
+    return refusal(422, "The language \"" + code + "\" is not installed; choose another.",
+                   "language");
+  }
+  context.visit.choose_language(code);
+  return success("");
+}
+
+struct HostForm {
+  std::string_view path;
+  Outcome (*run)(const Post& post, const HostFormContext& context);
+};
+
+constexpr HostForm kHostForms[] = {
+    {"/do/login", log_in},           {"/do/logout", log_out}, {"/do/password", change_password},
+    {"/do/account", change_account}, {"/do/rename", rename},  {"/do/language", choose_language},
+};
+
+}  // namespace
+
+Outcome run_host_form(const Post& post, const HostFormContext& context) {
+  return std::ranges::find(kHostForms, post.form.path, &HostForm::path)->run(post, context);
+}
+
+}  // namespace platen

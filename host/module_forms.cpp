@@ -1,0 +1,242 @@
+// Calls of form handlers, and what their results mean.
+// SPDX-License-Identifier: MIT
+#include "module_forms.h"
+
+#include <algorithm>
+#include <array>
+
+#include "device/log.h"
+#include "module_request.h"
+#include "out_of_date.h"
+#include "platform/log.h"
+#include "template_json.h"
+
+namespace platen {
+namespace {
+
+constexpr std::string_view kFormPath = "/form/";
+constexpr std::string_view kHostFields[] = {"token", "NextPage", "replace", "was"};
+
+// What to tell where a handler gives no reason, by its last error line in the log.
+struct ErrorWords {
+  std::string_view line;
+  std::string_view words;
+};
+constexpr ErrorWords kErrorWords[] = {
+    {"*** Filesize exceeded!", "The name of the file is too long; choose a shorter one."},
+    {"dfilename == NULL!", "The form names no template; open its page again."},
+    {"copyFrom == NULL", "The form names no template; open its page again."},
+    {"Filename not found in entries!", "The form names no template; open its page again."},
+    {"*** NULL filename!", "The form names no template; open its page again."},
+    {"*** Invalid template path!", "The file does not lie in a pool of templates."},
+    {"HTTP_Parser_Set called on default template without logging in!",
+     "The default template can only be changed after a login."},
+    {"HTTP_Parser_Copy attempting to overwrite default template",
+     "The default template cannot be replaced by a copy; choose another name."},
+    {"HTTP_Parser_Delete called on default template!", "The default template cannot be deleted."},
+};
+constexpr std::string_view kNotAll = "Not everything was saved.";
+constexpr std::string_view kNotStored =
+    "This could not be done; the file may be gone or protected. Load the page again.";
+
+// Keeps the last error that is logged while it lives.
+class LastError {
+ public:
+  LastError() { set_log_observer(&LastError::observe, this); }
+  ~LastError() { set_log_observer(nullptr, nullptr); }
+  LastError(const LastError&) = delete;
+  LastError& operator=(const LastError&) = delete;
+
+  const std::string& text() const { return text_; }
+
+ private:
+  static void observe(void* context, const LogLine& line) {
+    if (line.level == LOG_LEVEL_ERROR) static_cast<LastError*>(context)->text_ = line.text;
+  }
+
+  std::string text_;
+};
+
+std::vector<Field> handler_fields(const std::vector<FormField>& fields) {
+  std::vector<Field> entries;
+  for (const FormField& field : fields) {
+    if (std::ranges::find(kHostFields, field.name) != std::end(kHostFields)) continue;
+    entries.emplace_back(field.name, field.value);
+  }
+  return entries;
+}
+
+std::string without_line_end(std::string text) {
+  text.erase(text.find_last_not_of("\r\n") + 1);
+  return text;
+}
+
+// The handler's own words, else those for its last error, and behind them what the store says.
+std::string reason_text(std::string text, const std::string& last_error,
+                        const std::vector<std::string>& failures) {
+  if (text.empty()) {
+    const auto* row = std::ranges::find(kErrorWords, last_error, &ErrorWords::line);
+    text = row == std::end(kErrorWords) ? kNotStored : row->words;
+  }
+  for (const std::string& failure : failures) text += "\n" + failure;
+  return text;
+}
+
+std::string quoted_name(std::string_view path) {
+  return '"' + std::string(path.substr(path.rfind('/') + 1)) + '"';
+}
+
+std::string notice(Act act, const std::string& source, const std::string& destination) {
+  switch (act) {
+    case Act::edits:
+      return destination.empty() ? "Saved." : "Saved as " + quoted_name(destination) + ".";
+    case Act::copies:
+      return "Copied to " + quoted_name(destination) + ".";
+    case Act::deletes:
+      return quoted_name(source) + " is deleted.";
+    case Act::renames:
+      return quoted_name(source) + " is now called " + quoted_name(destination) + ".";
+    case Act::none:
+      break;
+  }
+  return "";
+}
+
+const Json* find_named(const Json& list, const std::string& name) {
+  const auto found =
+      std::ranges::find_if(list, [&](const Json& object) { return object["name"] == name; });
+  return found == list.end() ? nullptr : &*found;
+}
+
+// Reads attributes from the JSON of a template.
+std::optional<StoredAttribute> read_attribute(const Json& stored, const std::string& service,
+                                              const std::string& invocation,
+                                              const std::string& attribute) {
+  const Json* in_service = find_named(stored["services"], service);
+  if (in_service == nullptr) return std::nullopt;
+  const Json* in_invocation = find_named((*in_service)["invocations"], invocation);
+  if (in_invocation == nullptr) return std::nullopt;
+  const Json* found = find_named((*in_invocation)["attributes"], attribute);
+  if (found == nullptr) return std::nullopt;
+  return StoredAttribute{(*found)["values"], (*found)["type"], (*found)["compulsory"]};
+}
+
+Json shown_json(const std::optional<ShownAttribute>& shown) {
+  if (!shown) return nullptr;
+  return {{"value", valid_utf8(shown->value)},
+          {"type", valid_utf8(shown->type)},
+          {"compulsory", shown->compulsory}};
+}
+
+Json conflict_json(const EditConflict& conflict) {
+  return {{"run", conflict.run},
+          {"service", valid_utf8(conflict.service)},
+          {"invocation", valid_utf8(conflict.invocation)},
+          {"attribute", valid_utf8(conflict.attribute)},
+          {"was", shown_json(conflict.was)},
+          {"stored", shown_json(conflict.stored)},
+          {"wanted", shown_json(conflict.wanted)}};
+}
+
+Outcome conflict_outcome(const std::vector<EditConflict>& conflicts) {
+  Outcome outcome;
+  outcome.status = 409;
+  outcome.text =
+      "Somebody else has changed the same settings meanwhile. Look at what is stored now, and save "
+      "again to keep yours.";
+  for (const EditConflict& conflict : conflicts) {
+    outcome.conflicts.push_back(conflict_json(conflict));
+  }
+  return outcome;
+}
+
+// Judges the edits of a form by what its source holds now.
+Outcome review(const ParserModule& module, const Post& post, std::vector<FormField>* fields) {
+  const std::string path = source_path(post.fields);
+  ModuleRequest request(module, {}, "");
+  if (const std::string error = request.open(path); !error.empty()) {
+    return refusal(422, "The template " + quoted_name(path) + " cannot be opened. " + error);
+  }
+  const Json stored = template_json(module, request.record().parserTemplate);
+  EditReview review = review_edits(
+      post.fields,
+      [&](const std::string& service, const std::string& invocation, const std::string& attribute) {
+        return read_attribute(stored, service, invocation, attribute);
+      });
+  if (!review.fault.empty()) return refusal(422, review.fault, "was");
+  if (!review.conflicts.empty()) return conflict_outcome(review.conflicts);
+  *fields = std::move(review.fields);
+  return {};
+}
+
+}  // namespace
+
+Outcome call_form_handler(const ParserModule& module, std::string_view name,
+                          const std::vector<Field>& fields, const Visit& visit) {
+  ModuleRequest request(module, fields, visit.language());
+  RequestRecord& record = request.record();
+  std::string login = visit.account().name;
+  record.loginName = login.empty() ? nullptr : login.data();
+  record.userIsAdmin = visit.role() == Role::administrator ? TRUE : FALSE;
+  const LastError last_error;
+  const int result =
+      module.form_handler(std::string(name))(&record, record.entries, record.num_entries);
+  const std::string handlers_error = last_error.text();
+  record.loginName = nullptr;
+  const std::vector<std::string> failures = request.take_failures();
+  if (result == 0 && failures.empty()) return {};
+  const std::string reason = result == 0 ? std::string(kNotAll) : without_line_end(record.Reason);
+  return refusal(failures.empty() ? 422 : 500, reason_text(reason, handlers_error, failures));
+}
+
+Outcome run_module_form(const ParserModule& module, const Post& post, const Visit& visit) {
+  std::vector<FormField> fields = post.fields;
+  if (post.form.act == Act::edits) {
+    Outcome judged = review(module, post, &fields);
+    if (!judged.done()) return judged;
+  }
+  Outcome outcome = call_form_handler(module, post.form.path.substr(kFormPath.size()),
+                                      handler_fields(fields), visit);
+  if (outcome.done()) {
+    outcome.text =
+        notice(post.form.act, source_path(post.fields), destination_path(post.form, post.fields));
+  }
+  return outcome;
+}
+
+Outcome rename_template(const ParserModule& module, const Post& post, const Visit& visit) {
+  const std::string source = source_path(post.fields);
+  const std::string destination = destination_path(post.form, post.fields);
+  const bool in_mailbox_pool = source.starts_with(kMailboxPool);
+  const Field from = {"ParserFilename", source};
+  const Field to = {in_mailbox_pool ? "CopyParserFilenameMailbox" : "CopyParserFilename",
+                    field_value(post.fields, "NewName")};
+  Outcome outcome = call_form_handler(module, "HTTP_Parser_Copy_fn", {from, to}, visit);
+  if (!outcome.done()) return outcome;
+  outcome = call_form_handler(module, "HTTP_Parser_Delete_fn", {from}, visit);
+  if (!outcome.done()) {
+    outcome.text = quoted_name(destination) + " was made, but " + quoted_name(source) +
+                   " is still there. " + outcome.text;
+    return outcome;
+  }
+  outcome.text = notice(post.form.act, source, destination);
+  return outcome;
+}
+
+std::vector<FormField> rebased_fields(const std::vector<FormField>& fields, const Json& conflicts) {
+  std::vector<FormField> rebased;
+  size_t run = 0;
+  for (FormField field : fields) {
+    const auto conflict =
+        std::ranges::find_if(conflicts, [run](const Json& row) { return row["run"] == run; });
+    if (field.name == "was" && conflict != conflicts.end()) {
+      const Json& stored = (*conflict)["stored"];
+      field.value = stored.is_null() ? "" : json_text(stored);
+    }
+    if (field.name == "Action") ++run;
+    rebased.push_back(std::move(field));
+  }
+  return rebased;
+}
+
+}  // namespace platen

@@ -1,0 +1,137 @@
+// Who may see a page, and what its host tags show.
+// SPDX-License-Identifier: MIT
+#include "page_views.h"
+
+#include "error_page.h"
+#include "next_page.h"
+#include "policy.h"
+#include "query.h"
+
+namespace platen {
+namespace {
+
+constexpr std::string_view kLoginPage = "/login.html";
+constexpr std::string_view kPasswordPage = "/password.html";
+constexpr std::string_view kNextPage = "NextPage";
+constexpr std::string_view kNotice = "notice";
+constexpr std::string_view kAsk = "Go back, or ask an administrator.";
+constexpr std::string_view kEnded = "Your session has ended. Log in again.";
+
+std::string kept_name(const std::string& address) { return "post " + address; }
+
+std::string login_address(const std::string& next_page) {
+  return page_address(kLoginPage, {{std::string(kNextPage), next_page}});
+}
+
+Json login_value(const Visit& visit, Format format) {
+  const Account& account = visit.account();
+  if (format != Format::json) return account.name;
+  if (account.name.empty()) return nullptr;
+  return {{"name", account.name},
+          {"role", role_name(account.role)},
+          {"mustChange", account.must_change}};
+}
+
+Json text_or_null(const std::string& text) {
+  return text.empty() ? Json() : Json(valid_utf8(text));
+}
+
+Json parsed(const std::string& text) { return text.empty() ? Json() : Json::parse(text); }
+
+}  // namespace
+
+Response redirection(const std::string& address) {
+  Response response;
+  response.status = 303;
+  response.headers.emplace_back("Location", header_address(address));
+  return response;
+}
+
+Response PageViews::show(const Request& request, Visit* visit) {
+  if (visit->must_change() && request.path != kPasswordPage) {
+    return redirection(std::string(kPasswordPage));
+  }
+  if (visit->role() >= page_role(request.path)) return view(request, nullptr, visit);
+  if (visit->role() == Role::anonymous) {
+    return redirection(login_address(page_address(request.path, request.query)));
+  }
+  visit->record(visit->account().name, request.path, "", "refused: only for administrators");
+  return error_response(403, "This page is for administrators only.", kAsk);
+}
+
+Response PageViews::show_again(const std::string& address, const Refused& refused, Visit* visit) {
+  Request request;
+  std::string fault;
+  if (!decode_target(address, &request.path, &request.query, &fault)) {
+    return error_response(refused.status, refused.reason, kAsk);
+  }
+  if (visit->role() < page_role(request.path)) return show_login(address, refused, visit);
+  return view(std::move(request), &refused, visit);
+}
+
+Response PageViews::show_login(const std::string& address, const Refused& refused, Visit* visit) {
+  Request request;
+  request.path = kLoginPage;
+  request.query = {{std::string(kNextPage), address}};
+  Response response = view(std::move(request), &refused, visit);
+  keep(address, json_text(refused.posted), visit);
+  return response;
+}
+
+std::string PageViews::take_kept(const std::string& address, Visit* visit) {
+  return visit->take(kept_name(address));
+}
+
+void PageViews::keep(const std::string& address, const std::string& posted, Visit* visit) {
+  visit->leave(kept_name(address), posted);
+}
+
+Response PageViews::view(Request request, const Refused* refused, Visit* visit) {
+  request.language = visit->language();
+  const std::string address = page_address(request.path, request.query);
+  bool told = false;
+  Response response = site_.serve(request, [&](const PageTag& tag) {
+    told = told || tag.kind == TagKind::reason;
+    return value_of(tag, address, refused, visit);
+  });
+  if (refused == nullptr) return response;
+  if (!told) return error_response(refused->status, refused->reason, kAsk);
+  response.status = refused->status;
+  return response;
+}
+
+Json PageViews::value_of(const PageTag& tag, const std::string& address, const Refused* refused,
+                         Visit* visit) const {
+  switch (tag.kind) {
+    case TagKind::reason:
+      if (refused != nullptr) return valid_utf8(refused->reason);
+      return address.starts_with(kLoginPage) && visit->has_ended() ? Json(kEnded) : Json();
+    case TagKind::token:
+      return visit->token(address);
+    case TagKind::login:
+      return login_value(*visit, tag.format);
+    case TagKind::posted:
+      if (refused != nullptr) return refused->posted;
+      return parsed(take_kept(address, visit));
+    case TagKind::notice:
+      return text_or_null(visit->take(kNotice));
+    case TagKind::accounts:
+      return accounts(*visit);
+    default:
+      return nullptr;
+  }
+}
+
+Json PageViews::accounts(const Visit& visit) const {
+  if (visit.role() != Role::administrator) return nullptr;
+  Json list = Json::array();
+  for (const Account& account : visitors_.accounts.list()) {
+    list.push_back({{"name", account.name},
+                    {"role", role_name(account.role)},
+                    {"disabled", account.disabled},
+                    {"mustChange", account.must_change}});
+  }
+  return list;
+}
+
+}  // namespace platen

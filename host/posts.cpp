@@ -1,0 +1,198 @@
+// The checks of a post, in their order.
+// SPDX-License-Identifier: MIT
+#include "posts.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "error_page.h"
+#include "host_forms.h"
+#include "module_forms.h"
+#include "next_page.h"
+#include "origin.h"
+#include "post.h"
+
+namespace platen {
+namespace {
+
+constexpr FormLimits kLimits = {.bytes = kLongestBody, .fields = 4000, .name_bytes = 255};
+constexpr std::string_view kHostForms = "/do/";
+constexpr std::string_view kAdvice = "Go back to the page of the form.";
+
+using Objection = std::optional<Outcome>;
+
+}  // namespace
+
+// One post on its way.
+class PostRun {
+ public:
+  PostRun(const FormRule& form, const Request& request, const ParserModule& module,
+          Accounts& accounts, Visit* visit)
+      : request_(request),
+        module_(module),
+        accounts_(accounts),
+        visit_(*visit),
+        post_{form, {}, ""} {}
+
+  // Passwords do not outlive their request.
+  ~PostRun() {
+    for (FormField& field : post_.fields) {
+      if (is_withheld(post_.form, field.name)) wipe(&field.value);
+    }
+  }
+  PostRun(const PostRun&) = delete;
+  PostRun& operator=(const PostRun&) = delete;
+
+  Outcome run() {
+    constexpr Objection (PostRun::*kChecks[])() = {
+        &PostRun::check_query, &PostRun::check_origin, &PostRun::decode,     &PostRun::check_token,
+        &PostRun::check_role,  &PostRun::check_fields, &PostRun::check_name,
+    };
+    for (const auto check : kChecks) {
+      if (Objection refused = (this->*check)()) return *refused;
+    }
+    if (post_.form.path.starts_with(kHostForms)) {
+      return run_host_form(post_, {module_, accounts_, visit_});
+    }
+    return run_module_form(module_, post_, visit_);
+  }
+
+  const Post& post() const { return post_; }
+
+  // The post is refused as nobody with the right is logged in.
+  bool needs_login() const { return needs_login_; }
+
+  // What had been typed, as pages get it.
+  Json posted(const Outcome& outcome) const {
+    Json fields = Json::array();
+    for (const FormField& field : rebased_fields(post_.fields, outcome.conflicts)) {
+      if (field.is_file || is_withheld(post_.form, field.name)) continue;
+      fields.push_back({{"name", valid_utf8(field.name)}, {"value", valid_utf8(field.value)}});
+    }
+    return {{"status", outcome.status},
+            {"fields", std::move(fields)},
+            {"conflicts", outcome.conflicts},
+            {"field", valid_utf8(outcome.field)}};
+  }
+
+ private:
+  // Parser functions would find query fields as well as posted ones.
+  Objection check_query() {
+    if (request_.query.empty()) return std::nullopt;
+    return refusal(400, "The address of a form has no query fields.");
+  }
+
+  Objection check_origin() {
+    const std::string fault = refuse_origin(request_);
+    return fault.empty() ? std::nullopt : Objection(refusal(403, fault));
+  }
+
+  Objection decode() {
+    const auto refused = decode_form(
+        {request_.content_type, request_.content_length, request_.body}, kLimits, &post_.fields);
+    return refused ? Objection(refusal(refused->status, refused->text)) : std::nullopt;
+  }
+
+  // A token of an earlier session still tells which page to show again.
+  Objection check_token() {
+    const std::string token = field_value(post_.fields, "token");
+    const std::string page = claimed_page(token);
+    if (is_local_path(page)) post_.page = page;
+    const TokenCheck::Verdict verdict = visit_.check_token(token);
+    if (verdict == TokenCheck::Verdict::right) return std::nullopt;
+    needs_login_ = verdict == TokenCheck::Verdict::foreign && lacks_login();
+    return refusal(403, needs_login_ ? login_reason() : explain(verdict));
+  }
+
+  Objection check_role() {
+    if (lacks_login()) {
+      needs_login_ = true;
+      return refusal(403, login_reason());
+    }
+    if (visit_.role() < post_.form.role) {
+      return refusal(403, "Only an administrator may do this. Log in as one.");
+    }
+    const bool leads_out = post_.form.path == "/do/password" || post_.form.path == "/do/logout";
+    if (!visit_.must_change() || leads_out) return std::nullopt;
+    return success("Choose a password of your own first.", "/password.html");
+  }
+
+  Objection check_fields() {
+    const auto refused = refuse_form(post_.form, post_.fields, visit_.role());
+    if (!refused) return std::nullopt;
+    return refusal(refused->status, refused->text, refused->field);
+  }
+
+  // What exists is replaced only where the user has said so.
+  Objection check_name() {
+    const std::string path = destination_path(post_.form, post_.fields);
+    struct stat status {};
+    if (path.empty() || ::lstat(path.c_str(), &status) != 0 ||
+        field_value(post_.fields, "replace") == "yes") {
+      return std::nullopt;
+    }
+    return refusal(409,
+                   "There is a template \"" + path.substr(path.rfind('/') + 1) +
+                       "\" already. Choose another name, or say that it is to be replaced.",
+                   "replace");
+  }
+
+  bool lacks_login() const {
+    return visit_.role() == Role::anonymous && post_.form.role != Role::anonymous;
+  }
+
+  std::string login_reason() const {
+    return std::string(visit_.has_ended() ? "Your session has ended." : "You are not logged in.") +
+           " Log in; what you typed is kept, and shown again then. It is not sent yet.";
+  }
+
+  const Request& request_;
+  const ParserModule& module_;
+  Accounts& accounts_;
+  Visit& visit_;
+  Post post_;
+  bool needs_login_ = false;
+};
+
+namespace {
+
+std::string action_of(const FormRule& form) {
+  return std::string(form.path.substr(form.path.rfind('/') + 1));
+}
+
+// What an entry of the audit trail is about: a template, or the account that is managed.
+std::string object_of(const Post& post) {
+  const std::string source = source_path(post.fields);
+  const bool manages = post.form.role == Role::administrator;
+  return source.empty() && manages ? field_value(post.fields, "name") : source;
+}
+
+}  // namespace
+
+Response Posts::answer(const FormRule& form, const Request& request, Visit* visit) {
+  const std::string sender = visit->account().name;
+  PostRun run(form, request, module_, visitors_.accounts, visit);
+  const Outcome outcome = run.run();
+  visit->record(sender.empty() ? visit->account().name : sender, action_of(form),
+                object_of(run.post()), outcome.done() ? "done" : "refused: " + outcome.text);
+  Response response = respond(run, outcome, visit);
+  response.headers.insert(response.headers.end(), outcome.headers.begin(), outcome.headers.end());
+  return response;
+}
+
+Response Posts::respond(const PostRun& run, const Outcome& outcome, Visit* visit) {
+  const std::string& page = run.post().page;
+  if (outcome.done()) {
+    if (!outcome.text.empty()) visit->leave("notice", outcome.text);
+    return redirection(outcome.next_page.empty() ? next_page(run.post(), page) : outcome.next_page);
+  }
+  const Refused refused = {outcome.status, outcome.text, run.posted(outcome)};
+  if (run.needs_login()) return views_.show_login(page, refused, visit);
+  if (page.empty()) return error_response(outcome.status, outcome.text, kAdvice);
+  return views_.show_again(page, refused, visit);
+}
+
+}  // namespace platen

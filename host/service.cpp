@@ -1,0 +1,75 @@
+// Routes requests.
+// SPDX-License-Identifier: MIT
+#include "service.h"
+
+#include <exception>
+#include <utility>
+
+#include "error_page.h"
+#include "platform/log.h"
+#include "policy.h"
+
+namespace platen {
+namespace {
+
+constexpr const char* kSource = "service.cpp";
+
+Response fail(const Request& request, const char* cause, Response response) {
+  Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "%s: %s", request.path.c_str(), cause);
+  return response;
+}
+
+Response refuse_method(const char* what, const char* allowed) {
+  Response refusal = error_response(405, what, "Go back to the start page.");
+  refusal.headers.emplace_back("Allow", allowed);
+  return refusal;
+}
+
+bool is_form_path(std::string_view path) {
+  return path.starts_with("/form/") || path.starts_with("/do/");
+}
+
+}  // namespace
+
+Service::Desk::Desk(const std::string& database_file, const ParserModule& module, Site& site)
+    : visitors(database_file), views(site, visitors), posts(module, visitors, views) {}
+
+Service::Service(const std::string& pages, const ParserModule& module, std::string database_file)
+    : module_(module), site_(pages, &module), database_file_(std::move(database_file)) {}
+
+Response Service::serve(const Request& request) {
+  try {
+    Visit visit(desk().visitors, request);
+    Response response = answer(request, &visit);
+    visit.add_cookies(&response);
+    return response;
+  } catch (const DatabaseError& error) {
+    return fail(request, error.what(),
+                error_response(500, "The database of the device cannot be used.",
+                               "Tell the administrator; the log says what is wrong."));
+  } catch (const std::exception& error) {
+    return fail(request, error.what(), error_response(500));
+  }
+}
+
+Response Service::answer(const Request& request, Visit* visit) {
+  const bool is_post = request.method == "POST";
+  if (!is_form_path(request.path)) {
+    if (!is_post && (request.method == "GET" || request.method == "HEAD")) {
+      return desk().views.show(request, visit);
+    }
+    return refuse_method("This page can only be read.", "GET, HEAD");
+  }
+  if (!is_post) return refuse_method("This is where a form is sent to, not a page.", "POST");
+  const FormRule* form = find_form(request.path);
+  if (form != nullptr) return desk().posts.answer(*form, request, visit);
+  visit->record(visit->account().name, request.path, "", "refused: no such form");
+  return error_response(404, "There is no form " + request.path + ".", "Check the address.");
+}
+
+Service::Desk& Service::desk() {
+  if (!desk_) desk_.emplace(database_file_, module_, site_);
+  return *desk_;
+}
+
+}  // namespace platen

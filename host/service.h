@@ -1,0 +1,47 @@
+// Answers every request that a worker gets: pages and forms.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_SERVICE_H_
+#define HOST_SERVICE_H_
+
+#include <optional>
+#include <string>
+
+#include "http_message.h"
+#include "page_views.h"
+#include "posts.h"
+#include "site.h"
+#include "visit.h"
+
+namespace platen {
+
+class Service {
+ public:
+  // Visitors are kept in the database `database_file`, which is opened at the first request: the
+  // process that answers must not be forked afterwards. Requires `module` to outlive the object.
+  Service(const std::string& pages, const ParserModule& module, std::string database_file);
+
+  // Answers one request. Never throws; what fails is told by a page and logged with its cause.
+  Response serve(const Request& request);
+
+ private:
+  // Made together, as each needs the ones before it.
+  struct Desk {
+    Desk(const std::string& database_file, const ParserModule& module, Site& site);
+
+    Visitors visitors;
+    PageViews views;
+    Posts posts;
+  };
+
+  Response answer(const Request& request, Visit* visit);
+  Desk& desk();
+
+  const ParserModule& module_;
+  Site site_;
+  std::string database_file_;
+  std::optional<Desk> desk_;
+};
+
+}  // namespace platen
+
+#endif  // HOST_SERVICE_H_
