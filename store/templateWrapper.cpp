@@ -96,21 +96,21 @@ static_assert(codes_are_in_order());
 
 // What an edit needs, and whether it is a write, so that a refusal is remembered.
 struct EditRow {
-  Operation operation;
   const char* verb;
+  Operation operation;
   bool needs_attribute;
   bool needs_value;
   bool is_write;
 };
 constexpr EditRow kEdits[] = {
-    {Operation::kSet, "write", true, true, true},
-    {Operation::kAdd, "add a value to", true, true, true},
-    {Operation::kRemoveValue, "remove a value from", true, true, false},
-    {Operation::kRemoveAttribute, "delete", true, false, false},
-    {Operation::kRemoveAttributeEverywhere, "delete everywhere", true, false, false},
-    {Operation::kRemoveInvocation, "delete", false, false, false},
-    {Operation::kRemoveService, "delete", false, false, false},
-    {Operation::kCreateInvocation, "create an invocation of", false, false, true},
+    {"write", Operation::kSet, true, true, true},
+    {"add a value to", Operation::kAdd, true, true, true},
+    {"remove a value from", Operation::kRemoveValue, true, true, false},
+    {"delete", Operation::kRemoveAttribute, true, false, false},
+    {"delete everywhere", Operation::kRemoveAttributeEverywhere, true, false, false},
+    {"delete", Operation::kRemoveInvocation, false, false, false},
+    {"delete", Operation::kRemoveService, false, false, false},
+    {"create an invocation of", Operation::kCreateInvocation, false, false, true},
 };
 
 constexpr bool edits_are_in_order() {
@@ -270,8 +270,7 @@ Status list_invocations(TemplateObject* tpl, const store::Entries& entries, std:
       static_cast<INVOCATION_STRUCT*>(std::calloc(names.size(), sizeof(INVOCATION_STRUCT)));
   if (!nodes) return {Code::kMemory, 0, nullptr, 0, 0};
   for (std::size_t i = 0; i < names.size(); ++i) {
-    std::string name = names[i]->decoded();
-    std::memcpy(nodes[i].szInvocationName, name.data(), name.size());
+    names[i]->decode(nodes[i].szInvocationName);
     nodes[i].next = i + 1 < names.size() ? &nodes[i + 1] : nullptr;
   }
   tpl->m_pInvocationList = nodes;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
 
 namespace store {
 namespace {
@@ -149,7 +148,7 @@ void Document::erase(std::size_t begin, std::size_t end) {
 std::string_view Document::keep(const std::string& text) {
   std::pmr::polymorphic_allocator<char> allocator(entries_.get_allocator().resource());
   char* copy = allocator.allocate(text.size());
-  std::memcpy(copy, text.data(), text.size());
+  text.copy(copy, text.size());
   return {copy, text.size()};
 }
 

@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 
-#include <cstring>
 #include <string>
 
 #include "template_syntax.h"
@@ -37,7 +36,7 @@ Status Content::read(InputFile* file) {
 std::string_view Content::keep(std::string_view text) {
   if (text.data() == nullptr) return text;
   char* copy = allocate_bytes(&memory_, text.size() + 1);
-  std::memcpy(copy, text.data(), text.size());
+  text.copy(copy, text.size());
   return {copy, text.size()};
 }
 

@@ -120,10 +120,7 @@ bool Text::equals_decoded(std::string_view text) const {
 }
 
 char* Text::decode(char* out) const {
-  if (!escaped) {
-    std::memcpy(out, data, size);
-    return out + size;
-  }
+  if (!escaped) return std::copy_n(data, size, out);
   for (const char* at = data; at != end();) *out++ = take_byte(at);
   return out;
 }

@@ -4,7 +4,6 @@
 #define STORE_TEMPLATE_TEXT_H_
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -22,8 +21,7 @@ struct Text {
   [[nodiscard]] std::string_view raw() const { return {data, size}; }
   [[nodiscard]] const char* end() const { return data + size; }
   [[nodiscard]] bool equals(std::string_view text) const {
-    return escaped ? equals_decoded(text)
-                   : size == text.size() && std::memcmp(data, text.data(), size) == 0;
+    return escaped ? equals_decoded(text) : raw() == text;
   }
   // Writes the plain bytes to `out`, which has room for `size` of them; returns their end.
   char* decode(char* out) const;
