@@ -96,6 +96,13 @@ void* realloc(void* block, std::size_t size) {
   return block == nullptr ? counted(grown) : grown;
 }
 
+// A sanitizer's own would take its memory from behind.
+char* strdup(const char* text) {
+  const std::size_t size = std::strlen(text) + 1;
+  void* copy = malloc(size);
+  return copy != nullptr ? static_cast<char*>(std::memcpy(copy, text, size)) : nullptr;
+}
+
 void free(void* block) {
   if (block != nullptr) --held;
   REAL_ALLOCATOR(free)(block);
