@@ -28,6 +28,15 @@ std::string find_program(const std::string& name) {
   return "";
 }
 
+sigset_t signal_set(std::initializer_list<int> signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : signals) {
+    sigaddset(&set, number);
+  }
+  return set;
+}
+
 pid_t fork_child(std::initializer_list<int> blocked) {
   const pid_t parent = getpid();
   const pid_t child = fork();
@@ -37,11 +46,7 @@ pid_t fork_child(std::initializer_list<int> blocked) {
   for (const int handled : {SIGCHLD, SIGHUP, SIGINT, SIGPIPE, SIGTERM}) {
     signal(handled, SIG_DFL);
   }
-  sigset_t mask;
-  sigemptyset(&mask);
-  for (const int number : blocked) {
-    sigaddset(&mask, number);
-  }
+  const sigset_t mask = signal_set(blocked);
   sigprocmask(SIG_SETMASK, &mask, nullptr);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) {

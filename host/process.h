@@ -3,6 +3,7 @@
 #ifndef HOST_PROCESS_H_
 #define HOST_PROCESS_H_
 
+#include <signal.h>
 #include <sys/types.h>
 
 #include <initializer_list>
@@ -14,6 +15,9 @@ namespace platen {
 // The path of an installed program: from PATH, else from the directories of system programs, which
 // an ordinary user's PATH lacks. Empty when there is none that may be run.
 std::string find_program(const std::string& name);
+
+// The set of these signals.
+sigset_t signal_set(std::initializer_list<int> signals);
 
 // Forks. In the child signals are as at the start of a program, those of `blocked` and no others
 // are blocked, and the child is killed when the process that made it ends; a child whose parent has

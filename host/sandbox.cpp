@@ -40,6 +40,28 @@ bool is_below(const std::string& path, const std::string& directory) {
   return (path + "/").starts_with(directory == "/" ? directory : directory + "/");
 }
 
+// What is wrong with the directory and what to do; empty when nothing is.
+std::string data_fault(const std::string& data) {
+  std::error_code unreachable;
+  const fs::file_type type = fs::status(data, unreachable).type();
+  if (type == fs::file_type::not_found) {
+    return "does not exist; make it, or copy samples/ to it";
+  }
+  if (!unreachable && type != fs::file_type::directory) {
+    return "is no directory; choose another with --data";
+  }
+  if (access(data.c_str(), R_OK | W_OK | X_OK) != 0) {
+    return std::string("cannot be read and written: ") + strerror(errno) +
+           "; change its owner or its mode";
+  }
+  for (const DevicePath& row : kDevicePaths) {
+    if (is_below(data, row.path) || is_below(row.path, data)) {
+      return std::string("overlaps with the device's path ") + row.path + "; choose another";
+    }
+  }
+  return "";
+}
+
 bool make_parts(const std::string& data, std::string* error) {
   for (const char* part : {"pool", "tarn", "spool", "state"}) {
     std::error_code fault;
@@ -95,15 +117,6 @@ pid_t read_sandboxed_process(int report) {
   _exit(1);
 }
 
-sigset_t passed_signals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {
-    sigaddset(&set, number);
-  }
-  return set;
-}
-
 // A signal to bubblewrap itself would leave the program without its parent.
 int wait_for_sandbox(pid_t bubblewrap, pid_t program, const sigset_t& signals) {
   int status = 0;
@@ -124,21 +137,9 @@ int refuse(const std::string& text) {
 }  // namespace
 
 bool prepare_data(const std::string& data, std::string* error) {
-  if (!fs::is_directory(data)) {
-    *error = "the data directory " + data +
-             " does not exist or is no directory; make it, or copy samples/";
-    return false;
-  }
-  for (const DevicePath& row : kDevicePaths) {
-    if (is_below(data, row.path) || is_below(row.path, data)) {
-      *error = "the data directory " + data + " overlaps with the device's path " + row.path +
-               "; choose another directory";
-      return false;
-    }
-  }
-  if (access(data.c_str(), R_OK | W_OK | X_OK) != 0) {
-    *error = "the data directory " + data + " cannot be read and written: " + strerror(errno) +
-             "; change its owner or its mode";
+  const std::string fault = data_fault(data);
+  if (!fault.empty()) {
+    *error = "the data directory " + data + " " + fault;
     return false;
   }
   return make_parts(data, error);
@@ -174,7 +175,7 @@ int run_sandboxed(const std::string& data, const SandboxedProgram& program) {
     return refuse(
         "bwrap is not installed, which --data needs; install it (apt-get install bubblewrap)");
   }
-  const sigset_t signals = passed_signals();
+  const sigset_t signals = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM});
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   int report[2];
   pid_t child = -1;

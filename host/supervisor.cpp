@@ -39,15 +39,6 @@ WorkerState* share_states(size_t count) {
   return new (memory) WorkerState[count];
 }
 
-sigset_t handled_signals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {
-    sigaddset(&set, signal);
-  }
-  return set;
-}
-
 }  // namespace
 
 bool RateLimit::allows(int64_t now) {
@@ -69,7 +60,7 @@ Supervisor::Supervisor(const Options& options, Service* service, int listener, F
       greeting_(std::move(greeting)),
       workers_(static_cast<size_t>(options.workers)),
       states_(share_states(workers_.size())) {
-  const sigset_t set = handled_signals();
+  const sigset_t set = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM});
   sigprocmask(SIG_BLOCK, &set, nullptr);
   signals_ = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
 }

@@ -80,7 +80,7 @@ TEST(Sandbox, RefusesADataDirectoryThatHoldsADevicePath) {
   EXPECT_FALSE(prepare_data("/tmp", &error));
   EXPECT_EQ(error,
             "the data directory /tmp overlaps with the device's path /tmp/template/pool; choose "
-            "another directory");
+            "another");
   EXPECT_FALSE(prepare_data("/", &error));
 }
 

@@ -82,12 +82,12 @@ const refusals = [
   {
     name: 'missing data directory',
     args: ['--data', 'none'],
-    error: /^platend: the data directory \/.*\/none does not exist or is no directory; make it/,
+    error: /^platend: the data directory \/.*\/none does not exist; make it, or copy samples\/ to it\n$/,
   },
   {
     name: 'data directory that is a file',
     args: ['--data', 'pages/index.html'],
-    error: /^platend: the data directory \/.*\/index\.html does not exist or is no directory/,
+    error: /^platend: the data directory \/.*\/index\.html is no directory; choose another/,
   },
   {
     name: 'data directory above a path of the device',
@@ -142,6 +142,21 @@ for (const { name, args, error } of refusals) {
     assert.deepEqual(fs.readdirSync(directory), before);
   });
 }
+
+test('a data directory that may not be read is named', async (t) => {
+  const { directory } = workshop(t);
+  const data = path.join(directory, 'data');
+  fs.chmodSync(data, 0);
+  const powerless = ['--unshare-user', '--uid', '65534', '--dev-bind', '/', '/', program];
+  const { code, stderr } = await run('bwrap', [...powerless, '--data', data], { cwd: directory });
+  fs.chmodSync(data, 0o700);
+  assert.equal(code, 1);
+  assert.equal(
+    stderr,
+    `platend: the data directory ${data} cannot be read and written: Permission denied; ` +
+      'change its owner or its mode\n',
+  );
+});
 
 test('an occupied port is named', async (t) => {
   const { platend } = workshop(t);
