@@ -52,9 +52,9 @@ Outcome wait(int64_t seconds) {
 Outcome begin_session(const std::string& account, const std::string& page, Visit* visit) {
   const std::string kept = PageViews::take_kept(page, visit);
   visit->log_in(account);
+  if (!kept.empty()) PageViews::keep(page, kept, visit);
   if (visit->must_change()) return success("Choose a password of your own first.", kPasswordPage);
   if (kept.empty()) return success("", page);
-  PageViews::keep(page, kept, visit);
   return success("You are logged in again. What you had typed stands here; it is not sent yet.",
                  page);
 }

@@ -226,15 +226,19 @@ Outcome rename_template(const ParserModule& module, const Post& post, const Visi
 std::vector<FormField> rebased_fields(const std::vector<FormField>& fields, const Json& conflicts) {
   std::vector<FormField> rebased;
   size_t run = 0;
-  for (FormField field : fields) {
+  for (const FormField& field : fields) {
     const auto conflict =
         std::ranges::find_if(conflicts, [run](const Json& row) { return row["run"] == run; });
-    if (field.name == "was" && conflict != conflicts.end()) {
+    const bool has_conflict = conflict != conflicts.end();
+    if (has_conflict && field.name == "Action") {
       const Json& stored = (*conflict)["stored"];
-      field.value = stored.is_null() ? "" : json_text(stored);
+      FormField was;
+      was.name = "was";
+      was.value = stored.is_null() ? "" : json_text(stored);
+      rebased.push_back(std::move(was));
     }
+    if (!has_conflict || field.name != "was") rebased.push_back(field);
     if (field.name == "Action") ++run;
-    rebased.push_back(std::move(field));
   }
   return rebased;
 }

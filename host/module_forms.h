@@ -28,8 +28,8 @@ Outcome run_module_form(const ParserModule& module, const Post& post, const Visi
 // when the copy fails.
 Outcome rename_template(const ParserModule& module, const Post& post, const Visit& visit);
 
-// The conflicts and the fields as they are shown again: each conflicting run then is based on what
-// is stored now, so that posting it again wins.
+// The fields as they are shown again: the "was" of each conflicting run becomes what is stored now
+// and stands before its "Action", so that posting it again wins.
 std::vector<FormField> rebased_fields(const std::vector<FormField>& fields, const Json& conflicts);
 
 }  // namespace platen

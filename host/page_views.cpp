@@ -38,6 +38,10 @@ Json text_or_null(const std::string& text) {
 
 Json parsed(const std::string& text) { return text.empty() ? Json() : Json::parse(text); }
 
+void record(const Request& request, const std::string& reason, Visit* visit) {
+  visit->record(visit->account().name, request.path, "", "refused: " + reason);
+}
+
 }  // namespace
 
 Response redirection(const std::string& address) {
@@ -51,11 +55,15 @@ Response PageViews::show(const Request& request, Visit* visit) {
   if (visit->must_change() && request.path != kPasswordPage) {
     return redirection(std::string(kPasswordPage));
   }
-  if (visit->role() >= page_role(request.path)) return view(request, nullptr, visit);
+  if (visit->role() >= page_role(request.path)) {
+    Response response = view(request, nullptr, visit);
+    if (response.status == 400) record(request, refuse_page_fields(request.query), visit);
+    return response;
+  }
   if (visit->role() == Role::anonymous) {
     return redirection(login_address(page_address(request.path, request.query)));
   }
-  visit->record(visit->account().name, request.path, "", "refused: only for administrators");
+  record(request, "only for administrators", visit);
   return error_response(403, "This page is for administrators only.", kAsk);
 }
 

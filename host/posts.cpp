@@ -2,9 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "posts.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -18,11 +22,30 @@
 namespace platen {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr FormLimits kLimits = {.bytes = kLongestBody, .fields = 4000, .name_bytes = 255};
 constexpr std::string_view kHostForms = "/do/";
 constexpr std::string_view kAdvice = "Go back to the page of the form.";
 
 using Objection = std::optional<Outcome>;
+
+// Lets one process at a time give names to templates: locks the directory of the database, as the
+// store locks those of the templates itself. Without the lock the names are only less safe.
+class NameLock {
+ public:
+  explicit NameLock(const std::string& database_file)
+      : directory_(::open(fs::path(database_file).parent_path().c_str(),
+                          O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    ::flock(directory_, LOCK_EX);
+  }
+  ~NameLock() { ::close(directory_); }
+  NameLock(const NameLock&) = delete;
+  NameLock& operator=(const NameLock&) = delete;
+
+ private:
+  int directory_;
+};
 
 }  // namespace
 
@@ -30,10 +53,10 @@ using Objection = std::optional<Outcome>;
 class PostRun {
  public:
   PostRun(const FormRule& form, const Request& request, const ParserModule& module,
-          Accounts& accounts, Visit* visit)
+          Visitors& visitors, Visit* visit)
       : request_(request),
         module_(module),
-        accounts_(accounts),
+        visitors_(visitors),
         visit_(*visit),
         post_{form, {}, ""} {}
 
@@ -55,15 +78,16 @@ class PostRun {
       if (Objection refused = (this->*check)()) return *refused;
     }
     if (post_.form.path.starts_with(kHostForms)) {
-      return run_host_form(post_, {module_, accounts_, visit_});
+      return run_host_form(post_, {module_, visitors_.accounts, visit_});
     }
     return run_module_form(module_, post_, visit_);
   }
 
   const Post& post() const { return post_; }
 
-  // The post is refused as nobody with the right is logged in.
+  // What the sender lacks, so that another page than that of the form is shown.
   bool needs_login() const { return needs_login_; }
+  bool needs_password() const { return needs_password_; }
 
   // What had been typed, as pages get it.
   Json posted(const Outcome& outcome) const {
@@ -116,8 +140,9 @@ class PostRun {
       return refusal(403, "Only an administrator may do this. Log in as one.");
     }
     const bool leads_out = post_.form.path == "/do/password" || post_.form.path == "/do/logout";
-    if (!visit_.must_change() || leads_out) return std::nullopt;
-    return success("Choose a password of your own first.", "/password.html");
+    needs_password_ = visit_.must_change() && !leads_out;
+    if (!needs_password_) return std::nullopt;
+    return refusal(403, "Choose a password of your own first.");
   }
 
   Objection check_fields() {
@@ -126,12 +151,14 @@ class PostRun {
     return refusal(refused->status, refused->text, refused->field);
   }
 
-  // What exists is replaced only where the user has said so.
+  // What exists is replaced only where the user has said so. A new name is free until the form is
+  // done, as only one at a time is given.
   Objection check_name() {
     const std::string path = destination_path(post_.form, post_.fields);
+    if (path.empty()) return std::nullopt;
+    name_lock_.emplace(visitors_.database.file());
     struct stat status {};
-    if (path.empty() || ::lstat(path.c_str(), &status) != 0 ||
-        field_value(post_.fields, "replace") == "yes") {
+    if (::lstat(path.c_str(), &status) != 0 || field_value(post_.fields, "replace") == "yes") {
       return std::nullopt;
     }
     return refusal(409,
@@ -151,10 +178,12 @@ class PostRun {
 
   const Request& request_;
   const ParserModule& module_;
-  Accounts& accounts_;
+  Visitors& visitors_;
   Visit& visit_;
   Post post_;
   bool needs_login_ = false;
+  bool needs_password_ = false;
+  std::optional<NameLock> name_lock_;
 };
 
 namespace {
@@ -174,7 +203,7 @@ std::string object_of(const Post& post) {
 
 Response Posts::answer(const FormRule& form, const Request& request, Visit* visit) {
   const std::string sender = visit->account().name;
-  PostRun run(form, request, module_, visitors_.accounts, visit);
+  PostRun run(form, request, module_, visitors_, visit);
   const Outcome outcome = run.run();
   visit->record(sender.empty() ? visit->account().name : sender, action_of(form),
                 object_of(run.post()), outcome.done() ? "done" : "refused: " + outcome.text);
@@ -185,13 +214,14 @@ Response Posts::answer(const FormRule& form, const Request& request, Visit* visi
 
 Response Posts::respond(const PostRun& run, const Outcome& outcome, Visit* visit) {
   const std::string& page = run.post().page;
-  if (outcome.done()) {
+  if (outcome.done() || run.needs_password()) {
     if (!outcome.text.empty()) visit->leave("notice", outcome.text);
+    if (run.needs_password()) return redirection("/password.html");
     return redirection(outcome.next_page.empty() ? next_page(run.post(), page) : outcome.next_page);
   }
+  if (page.empty()) return error_response(outcome.status, outcome.text, kAdvice);
   const Refused refused = {outcome.status, outcome.text, run.posted(outcome)};
   if (run.needs_login()) return views_.show_login(page, refused, visit);
-  if (page.empty()) return error_response(outcome.status, outcome.text, kAdvice);
   return views_.show_again(page, refused, visit);
 }
 

@@ -19,7 +19,9 @@ Response fail(const Request& request, const char* cause, Response response) {
   return response;
 }
 
-Response refuse_method(const char* what, const char* allowed) {
+Response refuse_method(const Request& request, const char* what, const char* allowed,
+                       Visit* visit) {
+  visit->record(visit->account().name, request.path, "", "refused: method " + request.method);
   Response refusal = error_response(405, what, "Go back to the start page.");
   refusal.headers.emplace_back("Allow", allowed);
   return refusal;
@@ -58,9 +60,10 @@ Response Service::answer(const Request& request, Visit* visit) {
     if (!is_post && (request.method == "GET" || request.method == "HEAD")) {
       return desk().views.show(request, visit);
     }
-    return refuse_method("This page can only be read.", "GET, HEAD");
+    return refuse_method(request, "This page can only be read.", "GET, HEAD", visit);
   }
-  if (!is_post) return refuse_method("This is where a form is sent to, not a page.", "POST");
+  if (!is_post)
+    return refuse_method(request, "This is where a form is sent to, not a page.", "POST", visit);
   const FormRule* form = find_form(request.path);
   if (form != nullptr) return desk().posts.answer(*form, request, visit);
   visit->record(visit->account().name, request.path, "", "refused: no such form");
