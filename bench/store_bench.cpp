@@ -10,12 +10,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "templateWrapper.h"
@@ -66,15 +69,38 @@ std::string template_of_list(int values) {
   return text;
 }
 
+struct Bytes {
+  std::unique_ptr<char[]> data;
+  std::size_t size;
+};
+
 // What a reader must do at least: open, look at the size, read all, close.
-void read_raw(int directory, const char* name) {
+Bytes read_raw(int directory, const char* name) {
   int file = ::openat(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   struct stat info = {};
   ::fstat(file, &info);
   auto size = static_cast<std::size_t>(info.st_size);
-  std::unique_ptr<char[]> buffer(new char[size + 1]);
-  benchmark::DoNotOptimize(::read(file, buffer.get(), size + 1));
+  Bytes bytes{std::unique_ptr<char[]>(new char[size + 1]), size};
+  benchmark::DoNotOptimize(::read(file, bytes.data.get(), size + 1));
   ::close(file);
+  return bytes;
+}
+
+// The same for a list, and each of its lines copied to a string of its own, as a reader gets it.
+void read_list_raw(const char* path) {
+  Bytes bytes = read_raw(AT_FDCWD, path);
+  const char* end = bytes.data.get() + bytes.size;
+  for (const char* line = bytes.data.get(); line != end;) {
+    const void* found = std::memchr(line, '\n', static_cast<std::size_t>(end - line));
+    const char* stop = found ? static_cast<const char*>(found) : end;
+    std::string_view text(line, static_cast<std::size_t>(stop - line));
+    auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
+    text.copy(copy, text.size());
+    copy[text.size()] = '\0';
+    benchmark::DoNotOptimize(copy);
+    std::free(copy);
+    line = stop + (stop != end);
+  }
 }
 
 // What an atomic and durable save must do at least.
@@ -175,6 +201,8 @@ void add_reads(const Workspace& memory) {
   std::string path = memory.add("list.ktp", template_of_list(1000));
   add("a list of 1000 values/store", [=] { read_list(path.c_str(), 1000); });
   add("a list of 1000 values/raw", [=] { read_raw(AT_FDCWD, path.c_str()); });
+  add("a list of 1000 copies/store", [=] { read_list(path.c_str(), 1000); });
+  add("a list of 1000 copies/raw", [=] { read_list_raw(path.c_str()); });
 }
 
 void add_saves(const Workspace& space, const std::string& label) {

@@ -403,7 +403,11 @@ void Renderer::start_line(Kind kind) {
     copy_to(end_);
   }
   close_line();
-  if (!out_.empty() && out_.back() != '\n') out_ += line_end_;
+  if (out_.ends_with('\r')) {
+    out_ += '\n';  // the file's last line had half of its end
+  } else if (!out_.empty() && !out_.ends_with('\n')) {
+    out_ += line_end_;
+  }
   if (kind == Kind::kService && !out_.empty()) out_ += line_end_;
   out_ += kIndents[static_cast<std::size_t>(kind)];
   line_is_open_ = true;

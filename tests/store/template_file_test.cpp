@@ -107,7 +107,6 @@ class FaultySystem : public store::System {
 };
 
 std::size_t open_descriptors() {
-  Directory unused;
   std::size_t count = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
     ++count;

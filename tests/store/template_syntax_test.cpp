@@ -309,6 +309,11 @@ TEST(Render, AddsLinesToAFileThatHasNoFinalLineEnd) {
             "[service a]\n  [invocation b]\n    c (d) = 1\n      = 2\n");
 }
 
+TEST(Render, CompletesALastLineThatEndsWithACarriageReturn) {
+  EXPECT_EQ(after("# c\r\n[service a]\r", {set("a", "b", "c")}),
+            "# c\r\n[service a]\r\n  [invocation a_1]\r\n    b (string) = c\r\n");
+}
+
 TEST(Render, AddsToAFileOfCommentsAtItsEnd) {
   EXPECT_EQ(after("# mine", {set("a", "b", "c")}),
             "# mine\n\n[service a]\n  [invocation a_1]\n    b (string) = c\n");
