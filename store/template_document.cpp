@@ -303,6 +303,8 @@ void Document::adopt(const Entries& before) {
       std::size_t equal = find_equal(before, begin, limits[i], entry);
       if (equal != kNotFound) entry.ordinal = static_cast<std::uint32_t>(equal);
     }
+    // Lines of a new service come at the end of the file, so nothing old can follow it.
+    if (entry.is_new() && entry.kind == Kind::kService) return;
     children[kind + 1] = entry.is_new() ? kNotFound : entry.ordinal + std::size_t{1};
     if (!entry.is_new()) unused = children[kind + 1];
   }

@@ -325,6 +325,13 @@ TEST(Render, PutsWhatIsNewAtTheEndWhenNothingOldIsLeft) {
             "# top\n# tail\n\n[service b]\n  [invocation b_1]\n    c (string) = d\n");
 }
 
+TEST(Render, WritesAServiceAnewThatWasRemovedAndAddedBehindANewOne) {
+  EXPECT_EQ(after("[service b]\n", {drop(Operation::kRemoveService, "b", ""), set("a", "x", "1"),
+                                    set("b", "y", "2")}),
+            "[service a]\n  [invocation a_1]\n    x (string) = 1\n\n"
+            "[service b]\n  [invocation b_1]\n    y (string) = 2\n");
+}
+
 TEST(Render, KeepsTheLineEndsOfTheFile) {
   EXPECT_EQ(after("[service a]\r\n[invocation b]\r\nc (d) = 1\r\n",
                   {add("a", "c", "2"), set("a", "e", "3")}),
