@@ -184,8 +184,7 @@ INVOCATION_STRUCT* ListInvocations(TemplateObject* tpl, const char* service);
  * same attribute of the same invocation (`first` FALSE). NULL = no such attribute, no further
  * value, no walk begun, or the attribute was edited since; also when memory is out, with m_erno
  * set. The value is a malloc string that outlives the template. It is the caller's until
- * jt_destroy_value_string() or jt_release_values() in the same thread, and ends with that thread.
- */
+ * jt_destroy_value_string() or jt_release_values() in the same thread. */
 char* ReadAttributeStringWInvocUseFirstAsString(TemplateObject* tpl, const char* service,
                                                 const char* invocation, const char* attribute,
                                                 bool_t first);

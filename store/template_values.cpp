@@ -11,12 +11,13 @@ namespace store {
 namespace {
 
 // Open addressing with linear probing; removals move later entries up, so no slot is wasted.
+// Without a destructor: a thread's first value would need memory to register one, and the C library
+// ends the process when there is none.
 class HeldValues {
  public:
   constexpr HeldValues() = default;
   HeldValues(const HeldValues&) = delete;
   HeldValues& operator=(const HeldValues&) = delete;
-  ~HeldValues() { release_all(); }
 
   // Returns false, with nothing changed, when memory is out.
   bool add(char* value) {
