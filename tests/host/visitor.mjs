@@ -70,7 +70,7 @@ export function read(answer) {
     return found && unescape(found[1]);
   };
   const json = (id) => {
-    const found = answer.body.match(new RegExp(`<script type="application/json" id="${id}">(.*?)</script>`));
+    const found = answer.body.match(new RegExp(`<script type="application/json" id="${id}">([^]*?)</script>`));
     return found && JSON.parse(found[1]);
   };
   return {
