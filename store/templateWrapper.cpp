@@ -122,6 +122,10 @@ constexpr bool edits_are_in_order() {
 }
 static_assert(edits_are_in_order());
 
+constexpr const EditRow& row_of(Operation operation) {
+  return kEdits[static_cast<std::size_t>(operation)];
+}
+
 std::string_view view(const char* text) {
   return text ? std::string_view(text) : std::string_view();
 }
@@ -169,24 +173,30 @@ void set_outcome(TemplateObject* tpl, std::string_view path, const Status& statu
   }));
 }
 
+void append_escaped(std::string& line, std::string_view text) {
+  append_encoded(line, Text::plain(text), store::Place::kHeader);
+}
+
+std::string describe(const Edit& edit) {
+  std::string text = row_of(edit.operation).verb;
+  text += ' ';
+  append_escaped(text, edit.service);
+  text += '/';
+  append_escaped(text, edit.invocation);
+  text += '/';
+  append_escaped(text, edit.attribute);
+  return text;
+}
+
+// Remembers a failed save (no edit) or a refused edit for jt_failures().
 void remember_failure(std::string_view path, const Edit* edit, const Status& status) noexcept {
   Status noted = guarded([&] {
     std::string line;
-    append_encoded(line, Text::plain(path.empty() ? kNoFile : path), store::Place::kHeader);
-    line += ": ";
-    line += edit ? kEdits[static_cast<std::size_t>(edit->operation)].verb : "save";
-    char separator = ' ';
-    for (std::string_view name : edit
-                                     ? std::vector{edit->service, edit->invocation, edit->attribute}
-                                     : std::vector<std::string_view>()) {
-      line += separator;
-      append_encoded(line, Text::plain(name), store::Place::kHeader);
-      separator = '/';
-    }
-    line += ": ";
+    append_escaped(line, path.empty() ? kNoFile : path);
+    line += ": " + (edit ? describe(*edit) : "save") + ": ";
     if (status.line > 0) {
-      line += "line " + std::to_string(status.line) + ", column " + std::to_string(status.column) +
-              ": ";
+      line += "line " + std::to_string(status.line) + ", column " + std::to_string(status.column);
+      line += ": ";
     }
     store::note_failure(line + explain(status));
     return Status();
@@ -203,15 +213,25 @@ bool too_long(const Edit& edit) {
 }
 
 Status check(const Edit& edit) {
-  const EditRow& row = kEdits[static_cast<std::size_t>(edit.operation)];
+  const EditRow& row = row_of(edit.operation);
   bool missing = edit.service.empty() || (row.needs_attribute && edit.attribute.empty()) ||
                  (row.needs_value && edit.value.data() == nullptr);
   if (missing || too_long(edit)) return {Code::kParameter, 0, nullptr, 0, 0};
   return {};
 }
 
-// The one road of every edit: checks it, applies it, keeps the outcome, and remembers a refused
-// one.
+// Keeps the outcome of an edit in the object, and remembers a refused one.
+bool_t finish_edit(TemplateObject* tpl, const Edit& edit, const Status& status) noexcept {
+  OpenTemplate* open = opened(tpl);
+  std::string_view path = open ? open->path() : std::string_view();
+  bool nothing_found = status.code == Code::kAbsent || status.code == Code::kParameter;
+  bool tell = row_of(edit.operation).is_write || !nothing_found;
+  if (!status.ok() && tell) remember_failure(path, &edit, status);
+  if (open) set_outcome(tpl, path, status);
+  return status.ok() ? TRUE : FALSE;
+}
+
+// The one road of every edit: checks it, applies it and keeps the outcome.
 bool_t make_edit(TemplateObject* tpl, const Edit& edit) noexcept {
   OpenTemplate* open = opened(tpl);
   Status status = guarded([&] {
@@ -219,12 +239,7 @@ bool_t make_edit(TemplateObject* tpl, const Edit& edit) noexcept {
     Status checked = check(edit);
     return checked.ok() ? open->apply(edit) : checked;
   });
-  std::string_view path = open ? open->path() : std::string_view();
-  bool nothing_found = status.code == Code::kAbsent || status.code == Code::kParameter;
-  bool tell = kEdits[static_cast<std::size_t>(edit.operation)].is_write || !nothing_found;
-  if (!status.ok() && tell) remember_failure(path, &edit, status);
-  if (open) set_outcome(tpl, path, status);
-  return status.ok() ? TRUE : FALSE;
+  return finish_edit(tpl, edit, status);
 }
 
 void free_invocations(TemplateObject* tpl) {
@@ -288,11 +303,7 @@ int create_invocation(TemplateObject* tpl, const char* service, char* name, int 
       (!name || size < 0 || created.size() >= static_cast<std::size_t>(size))) {
     status = {Code::kBufferTooSmall, 0, nullptr, 0, 0};
   }
-  if (!status.ok()) {
-    remember_failure(opened(tpl)->path(), &edit, status);
-    set_outcome(tpl, opened(tpl)->path(), status);
-    return 0;
-  }
+  if (!status.ok()) return finish_edit(tpl, edit, status);
   if (!make_edit(tpl, edit)) return 0;
   std::memcpy(name, created.c_str(), created.size() + 1);
   return 1;
