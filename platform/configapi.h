@@ -14,6 +14,11 @@
 #define PLATFORM_CONFIGAPI_H_
 
 #include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "ipc.h"
+#include "log.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -75,6 +80,27 @@ const char* Cfg_GetContext(void);
 #if defined(__GNUC__)
 #pragma GCC visibility pop
 #endif
+
+/* Has the server set one value: sends the context followed by `AVP`, a text `key="value"` in which
+   nothing is escaped, and waits for the reply. `AVP` may not be null; what passes 1064 bytes with
+   its context is cut. Logs the request, with the value, at level 9. Returns the status of the reply,
+   0 when the value is stored; or the non-zero status of a send that failed, logged at level 5. */
+static inline status_t ConfigUpdate(char* AVP) {
+  Ipc_message* reply = NULL;
+  char l_AVP[sizeof(ConfigAVP_t) + 1];
+  memset(l_AVP, 0, sizeof(l_AVP));
+  snprintf(l_AVP, sizeof(l_AVP), "%s%s", Cfg_GetContext(), AVP);
+  Log_Entry(LOG_LEVEL_UPDATE, "configapi.h", 344, "%s: %s", "ConfigUpdate", l_AVP);
+  status_t status = ipc_send_message_sync(2000, 13001, l_AVP, strlen(l_AVP) + 1, 7000, &reply);
+  if (status == 0) {
+    status = ((const ConfigResponse_t*)ipc_message_data(reply))->status;
+  } else {
+    Log_Entry(LOG_LEVEL_WARNING, "configapi.h", 360, "%s: IPC send failure\n\t\tstatus = %ld",
+              "ConfigUpdate", (long)status);
+  }
+  if (reply != NULL) ipc_free_message(0, reply);
+  return status;
+}
 
 #ifdef __cplusplus
 }
