@@ -14,10 +14,23 @@ export const source = process.env.PLATEN_SOURCE;
 export const program = path.join(build, 'host/platend');
 export const faultModule = path.join(build, 'tests/host/libfault_module.so');
 
+const endings = new WeakMap();
+
+/** Calls `end` when the test `t` is over, the latest first: what runs is stopped before its files go. */
+function atEnd(t, end) {
+  if (!endings.has(t)) {
+    endings.set(t, []);
+    t.after(async () => {
+      for (const one of endings.get(t).reverse()) await one();
+    });
+  }
+  endings.get(t).push(end);
+}
+
 /** A temporary directory that goes with the test `t`. */
 export function temporaryDirectory(t) {
   const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'platen-test-'));
-  t.after(() => fs.rmSync(directory, { recursive: true, force: true }));
+  atEnd(t, () => fs.rmSync(directory, { recursive: true, force: true }));
   return directory;
 }
 
@@ -146,7 +159,7 @@ export async function startPlatend(t, { pages, data, args = [], options = {} } =
   if (device) all.push('--data', device);
   if (!args.includes('--fastcgi')) all.push('--port', '0');
   const platend = new Platend([...all, ...args], options);
-  t.after(() => platend.stop('SIGTERM'));
+  atEnd(t, () => platend.stop('SIGTERM'));
   await platend.serving();
   platend.data = device;
   platend.pages = pageDirectory;
