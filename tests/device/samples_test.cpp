@@ -16,6 +16,7 @@ namespace platen {
 namespace {
 
 const std::filesystem::path kSamples = PLATEN_SAMPLES;
+const std::filesystem::path kSpool = kSamples / "spool/image_store/s2mailbox";
 
 std::vector<std::filesystem::path> sample_templates() {
   std::vector<std::filesystem::path> files;
@@ -53,6 +54,15 @@ std::string first_value(const std::filesystem::path& file, const char* service,
   return found;
 }
 
+// The names of what is in a directory, without suffix if asked.
+std::set<std::string> names_in(const std::filesystem::path& directory, bool suffix) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    names.insert(suffix ? entry.path().filename() : entry.path().stem());
+  }
+  return names;
+}
+
 std::set<std::string> tokens(const std::string& language) {
   std::vector<TableRow> rows;
   std::string error;
@@ -87,6 +97,30 @@ TEST(SamplesTest, ATemplateIsNamedAsItsFile) {
   for (const auto& file : sample_templates()) {
     if (file.filename() == "Broken.KTP" || file.filename() == "Empty.KTP") continue;
     EXPECT_EQ(first_value(file, "qvn_svc_general", "JobTemplateName"), file.stem());
+  }
+}
+
+TEST(SamplesTest, EveryMailboxFolderHasATemplateAndASpoolDirectory) {
+  EXPECT_EQ(names_in(kSamples / "pool/mailbox", false), names_in(kSpool, true));
+}
+
+TEST(SamplesTest, JobLogsHoldTheirJobPassword) {
+  struct {
+    const char* log;
+    const char* password;
+  } const rows[] = {
+      {"_PUBLIC/job7.d/job7.KTP", "blue heron"},
+      {"_PUBLIC/Contract.KTP", "grey seal"},
+      {"_PUBLIC/Flyer.KTP", "(none)"},
+      {"_PUBLIC/Delivery note/Delivery note.KTP", "(none)"},
+      {"anna/job1.d/job1.KTP", "(none)"},
+      {"anna/Application.d/Application.KTP", "red kite"},
+      {"accounts team/job1.d/job1.KTP", "(none)"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(open_error(kSpool / row.log), "");
+    EXPECT_EQ(first_value(kSpool / row.log, "qvn_dscrpt_metadata", "MetaDataValue"), row.password)
+        << row.log;
   }
 }
 
