@@ -325,6 +325,114 @@ int FnGetSubStringTokens(int tokenEntered, int* tokens);
    nothing written when there is no such record. */
 int FnGetOptionalConditon(int tokenEntered, char* optCondStr, char* optCondVal);
 
+/* Prints the mailbox folders as statements of a page's script, one line each: a call of
+   `$gFolderList->AddFolderToList` with a new `FolderInfo` of the template's file name, true or
+   false for whether the folder has a password, and the session id that last opened it, or "T" when
+   there is none; unescaped. The folders are the templates in a pool directory, named without their
+   suffix; a name of 63 characters or more counts as one without a password. `arg`, or when it is
+   null or empty the first form entry "TemplateDir", is the directory. Exits on a null record. */
+void HTTP_Parser_Mailbox_List_fn(QVN_AppData* udata, char* arg);
+
+/* Prints the passwords of the jobs that lie in directories of a folder's spool directory, as
+   statements of a page's script, one line each: `$gJobPasswords[JOB] = PASSWORD;`, both in single
+   quotes, unescaped. A job is named as its directory without its suffix, which is also the name of
+   its log there; one whose log has no password or a path of more than 254 bytes is left out. `arg`,
+   or when it is null or empty the first form entry "name", is the folder; none means the public
+   one. Opens each log in turn; a template that the request has open is closed without saving. A
+   directory that cannot be read is logged at level 5. Leaves the values it read to
+   jt_release_values(). Exits on a null record and an exhausted heap. */
+void HTTP_Parser_Folder_Passwords_List_fn(QVN_AppData* udata, char* arg);
+
+/* As HTTP_Parser_Folder_Passwords_List_fn, for jobs whose logs lie in the folder's directory
+   itself; a job is named as its log without the suffix, and a log's name of 64 bytes or more is
+   left out. Logs nothing for a directory that cannot be read. Keeps 64 bytes of memory for each
+   log. Without memory for them the standard error stream is told as well. */
+void HTTP_Parser_Job_Passwords_List_fn(QVN_AppData* udata, char* arg);
+
+/* Checks the password of a mailbox folder and chooses the next page. Reads the form entries of
+   `inUdata` ("name", "pass" and "sid", of repeated ones the last); `inEntries` and `inNumEntries`
+   are not used. A password that equals the stored one opens the folder: "sid" becomes its session
+   id, and the next page is "/mailbox/folder.php". Any other, one that cannot be read, and a session
+   id that cannot be stored lead to "/mailbox/pin.php" again. The address with its query, unescaped
+   and of any length, replaces the value of the last entry "NextPage": the old one is released with
+   free(), the new one is malloc memory of the entry's owner. Without such an entry only the check
+   is done. Returns 0. Exits on a null record and an exhausted heap. */
+int HTTP_Parser_Verify_Mbox_Password_fn(QVN_AppData* inUdata, FormEntry* inEntries,
+                                        int inNumEntries);
+
+/* As HTTP_Parser_Verify_Mbox_Password_fn, for the password of a job; changes nothing but the next
+   page. Reads the first form entries "file", "name", "pass", "subf" and "action". The job's log is
+   "NAME/SUBF/JOB.KTP" in the spool directory, JOB being "subf", or "file" when there is no "subf",
+   without its suffix; "name" and "subf" are left out of it when they have 64 bytes or more. A right
+   password leads to "/mailbox/folder.php" for the action "opn" and to "/mailbox/do_action.php" for
+   every other; a wrong one, and a log that has none, to "/mailbox/action.php". Closes a template
+   that the request has open without saving; leaves the value it read to jt_release_values(). */
+int HTTP_Parser_Verify_Job_Password_fn(QVN_AppData* inUdata, FormEntry* inEntries,
+                                       int inNumEntries);
+
+/* Stores the password "saPasswd" of the folder "saUser", both the first form entries of their name
+   in `inUdata`: PrivSetPasswordForUser(). Without "saUser", or a record, does nothing. The other
+   parameters are not used. Logs neither entry nor exit; never exits. */
+void HTTP_Parser_Mbox_Set_Pass_SA_fn(QVN_AppData* inUdata, FormEntry* inEntries, int inNumEntries);
+
+/* As HTTP_Parser_Mbox_Set_Pass_SA_fn, with the entries "unsafePasswd" and "unsafeUser". */
+void HTTP_Parser_Mbox_Set_Pass_Usr_fn(QVN_AppData* inUdata, FormEntry* inEntries, int inNumEntries);
+
+/* Brings the mailbox templates in line with the mailbox settings: takes out their metadata prompts
+   and adds those that the settings ask for, makes or deletes the template of the public folder, and
+   in these two cases has the template pools reloaded. A setting that cannot be read counts as its
+   default. Opens each template in turn; one that the request has open is closed without saving. At
+   the end, whatever happened, sets "scanToMailbox.webUpdate" to 0. Failures are logged only and
+   stop nothing. `inArg` is not used. Prints nothing of its own; the close of a template prints its
+   hidden field when `outfs` is not null. Exits on a null record and an exhausted heap. */
+void HTTP_Parser_Update_Templates_fn(QVN_AppData* inUdata, char* inArg);
+
+/* Copies the factory's mailbox template to the one of the public folder, replacing it, and adds the
+   job prompts when `inPasswordForPublic` is TRUE. A copy that fails is logged at level 5. */
+void PrivMakeDefaultPublicTemplate(QVN_AppData* inUdata, bool_t inPasswordForPublic);
+
+/* These three open a template, change its metadata prompts, save and close it; a file that cannot
+   be opened stays as it is. `inTemplatePath` is a full path. They exit as the open does.
+
+   Adds the prompt for the folder's password. */
+void PrivMetaDataAddPassForPrivate(QVN_AppData* inUdata, char* inTemplatePath);
+
+/* Adds the prompts for the job's password and the document's name. */
+void PrivMetaDataAddPassForPublic(QVN_AppData* inUdata, char* inTemplatePath);
+
+/* Deletes the service "qvn_dscrpt_metadata" and the attribute "UserData" of "qvn_document". */
+void PrivMetaDataRemoveAll(QVN_AppData* inUdata, char* inTemplatePath);
+
+/* Writes the configuration key of a mailbox-wide setting, "scanToMailbox." and `inPref`, into
+   `ioCfgString`, a buffer of 256 bytes of which the first 255 are cleared before. A null or empty
+   `inPref`, a null buffer and a key of more than 255 characters are logged at level 5 and leave the
+   buffer unchanged. Logs its entry and exit. */
+void PrivBuildMboxCfgString(char* inPref, char* ioCfgString);
+
+/* As PrivBuildMboxCfgString(), the key of a folder's password: "scanToMailbox.", the folder's name
+   and ".password". Does not clear the buffer. */
+void PrivBuildPasswordCfgString(char* inUserName, char* ioCfgString);
+
+/* Writes the spool directory of a folder, "/" at its end, into `ioFolderPath`, a buffer of 255
+   bytes. A null name, and one with ".." in it, is the public folder's; a name of more than 217
+   characters gives the empty text. */
+void PrivBuildMboxOutputFilesPath(char* inFolderName, char* ioFolderPath);
+
+/* Reads the session id that last opened a folder into `outSid`, a buffer of 1064 bytes, which stays
+   as it is when there is none. Logs its entry and exit. */
+void GetPrivFolderSid(char* inFolderName, char* outSid);
+
+/* Tells whether a folder has a password that is not empty; FALSE also when it cannot be read. */
+bool_t PrivIsFolderPrivate(char* inFolderName);
+
+/* Stores the password of a folder; a null one is the empty text, which makes the folder public.
+   Neither is checked or escaped: both together must stay below 1,000 bytes and the name may not
+   hold `="`. `inUser` may not be null. A failure is logged at level 5, without the folder's name. */
+void PrivSetPasswordForUser(char* inUser, char* inPass);
+
+/* Has the template pools reloaded. A failure is logged at level 5. */
+void PrivForceTemplateUpdate(void);
+
 /* Returns `inArg` when it is neither null nor empty, else the value of the first form entry named
    `inParamName`, else null. The result is borrowed. */
 char* TempSuppGetArgument(QVN_AppData* inUdata, char* inArg, char* inParamName);

@@ -15,6 +15,7 @@
 
 #include "configapi.h"
 #include "log.h"
+#include "pool.h"
 #include "request.h"
 #include "server.h"
 #include "templateWrapper.h"
@@ -32,10 +33,8 @@ constexpr const char* kTemplateRoots[] = {kSystemPool, kPoolRoot, "/tarn/templat
 
 constexpr std::size_t kPathSize = 255;
 constexpr std::size_t kPathBuffer = kPathSize + 1;
-constexpr std::size_t kNewNameSize = 1000;
 constexpr char kDefaultTemplate[] = "/tmp/template/pool/system/default.ktp";
 constexpr char kGeneralService[] = "qvn_svc_general";
-constexpr char kMetadataService[] = "qvn_dscrpt_metadata";
 
 using ListName = EscapedText<2>;
 using ScriptText = EscapedText<4>;
@@ -541,11 +540,10 @@ bool stamp_name(QVN_AppData& request, const char* copyTo) {
   HTTP_Open_Parser_fn(&request, filename.get());
   filename.reset();
   bool_t ret = TRUE;
-  TemplateObject* tpl = open_template(request);
-  if (tpl != nullptr && tpl->m_erno == KWT_SUCCESS) {
+  if (has_opened_template(request)) {
     const char* slash = std::strrchr(copyTo, '/');
-    ret = WriteAttributeStringWInvoc(tpl, kGeneralService, nullptr, "JobTemplateName",
-                                     slash != nullptr ? slash + 1 : copyTo);
+    ret = WriteAttributeStringWInvoc(open_template(request), kGeneralService, nullptr,
+                                     "JobTemplateName", slash != nullptr ? slash + 1 : copyTo);
   }
   close_template(&request, Changes::save);
   return ret == TRUE;
@@ -578,26 +576,6 @@ int copy_template(const CopyPlan& plan, QVN_AppData& request, FormEntries entrie
 }
 
 // ---- Listings. ----
-
-// The template files of one directory.
-class TemplatePool {
- public:
-  explicit TemplatePool(const char* directory) {
-    CKwtPool(&pool_);
-    SetPath(&pool_, directory);
-    if (Refresh(&pool_) != 0) first_ = GetTemplateList(&pool_);
-  }
-  ~TemplatePool() { DestructorCKwtPool(&pool_); }
-
-  TemplatePool(const TemplatePool&) = delete;
-  TemplatePool& operator=(const TemplatePool&) = delete;
-
-  const TEMPLATELISTNODE_STRUCT* first() const { return first_; }
-
- private:
-  TemplatePoolObject pool_{};
-  const TEMPLATELISTNODE_STRUCT* first_ = nullptr;
-};
 
 char* template_directory(QVN_AppData* udata, char* arg) {
   char name[] = "TemplateDir";

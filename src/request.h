@@ -12,6 +12,11 @@
 
 #pragma GCC visibility push(hidden)
 
+inline constexpr char kMetadataService[] = "qvn_dscrpt_metadata";
+
+// Room for the name of a new invocation.
+inline constexpr std::size_t kNewNameSize = 1000;
+
 using FormEntries = std::span<FormEntry>;
 
 // The form entries of a handler; a missing array or a negative count is an empty form.
@@ -32,17 +37,30 @@ inline FormEntry* first_entry(FormEntries entries, const char* name) {
   return nullptr;
 }
 
+// Returns the last entry of that name, or null.
+inline FormEntry* last_entry(FormEntries entries, const char* name) {
+  FormEntry* last = nullptr;
+  for (FormEntry& entry : entries) {
+    if (equals(entry.name, name)) last = &entry;
+  }
+  return last;
+}
+
 // Returns the value of the last entry of that name, or null.
 inline char* last_value(FormEntries entries, const char* name) {
-  char* value = nullptr;
-  for (const FormEntry& entry : entries) {
-    if (equals(entry.name, name)) value = entry.val;
-  }
-  return value;
+  const FormEntry* entry = last_entry(entries, name);
+  return entry != nullptr ? entry->val : nullptr;
 }
 
 inline TemplateObject* open_template(const QVN_AppData& request) {
   return static_cast<TemplateObject*>(request.parserTemplate);
+}
+
+// Tells whether the request's template was opened from its file: one that could not be opened stays
+// in the record too. The store is not asked.
+inline bool has_opened_template(const QVN_AppData& request) {
+  const TemplateObject* tpl = open_template(request);
+  return tpl != nullptr && tpl->m_erno == KWT_SUCCESS;
 }
 
 enum class Changes { discard, save };

@@ -3,6 +3,7 @@
 #ifndef SRC_TRACE_H_
 #define SRC_TRACE_H_
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "log.h"
@@ -45,6 +46,16 @@ class [[nodiscard]] FunctionTrace {
 // EXIT is logged on this way out.
 [[noreturn]] inline void end_process(const char* source, const char* text, int line) {
   Log_Entry(LOG_LEVEL_ERROR, source, line, "%s", text);
+  std::exit(1);
+}
+
+// As end_process, for memory that a listing of the mailbox pages could not have: the standard error
+// stream is told too.
+[[noreturn]] inline void end_process_without_memory(const char* source, const char* function,
+                                                    int line) {
+  Log_Entry(LOG_LEVEL_ERROR, source, line, "QALLOCN() failed, exiting from %s, %s:%d", function,
+            source, line);
+  std::fprintf(stderr, "*** http exit (status = %d)  %s,%s:%d\r\n", 1, function, source, line + 1);
   std::exit(1);
 }
 

@@ -18,7 +18,8 @@ struct Field {
 
 using Fields = std::vector<Field>;
 
-// The form entries and the record of one request; both may be changed by the test.
+// The form entries and the record of one request; both may be changed by the test. Each value is
+// one malloc block.
 class Request {
  public:
   Request() : Request(Fields()) {}

@@ -14,6 +14,7 @@
       sizeof(TemplatePoolObject), offsetof(TemplatePoolObject, count), sizeof(TemplateObject),    \
       offsetof(TemplateObject, m_filename), offsetof(TemplateObject, m_erno),                     \
       sizeof(INVOCATION_STRUCT), offsetof(INVOCATION_STRUCT, next),                               \
-      sizeof(TEMPLATELISTNODE_STRUCT)
+      sizeof(TEMPLATELISTNODE_STRUCT), sizeof(ConfigAVP_t), sizeof(ConfigResponse_t),             \
+      offsetof(ConfigResponse_t, AVP)
 
 #endif /* TESTS_MODULE_HEADERS_LAYOUT_H_ */

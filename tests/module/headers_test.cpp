@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <iterator>
 
+#include "configapi.h"
 #include "headers_layout.h"
 #include "http_parser.h"
 #include "templateWrapper.h"
@@ -26,6 +27,8 @@ TEST(Headers, FixedSizesAndNumbersStay) {
   EXPECT_EQ(sizeof(QVN_AppData::Reason), 201U);
   EXPECT_EQ(sizeof(QVN_AppData::preferredLang), 256U);
   EXPECT_EQ(sizeof(INVOCATION_STRUCT::szInvocationName), 256U);
+  EXPECT_EQ(sizeof(ConfigAVP_t), 1064U);
+  EXPECT_EQ(sizeof(ConfigResponse_t), 1068U);
   EXPECT_EQ(AP_EC_OK, 0);
   EXPECT_EQ(AP_EC_LOGIN_REQUIRED, 43);
   EXPECT_EQ(AP_EC_INVALID_CHAR_ERR, 45);

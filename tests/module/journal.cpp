@@ -60,6 +60,10 @@ std::string Journal::page() const {
   return text;
 }
 
+std::string mailbox_log(int level, const std::string& text) {
+  return std::to_string(level) + " http_mailbox.cpp " + text;
+}
+
 std::string parser_log(int level, const std::string& text) {
   return std::to_string(level) + " http_parser.cpp " + text;
 }

@@ -45,7 +45,8 @@ class Journal {
 
 Journal& journal();
 
-// The log lines of the two units, as the journal's logs() holds them.
+// The log lines of the units, as the journal's logs() holds them.
+std::string mailbox_log(int level, const std::string& text);
 std::string parser_log(int level, const std::string& text);
 std::string support_log(int level, const std::string& text);
 std::string entered(const std::string& function);

@@ -25,13 +25,32 @@
   USE(FnGetGroupTokens)                          \
   USE(FnGetSubStringTokens)                      \
   USE(FnGetOptionalConditon)                     \
+  USE(HTTP_Parser_Mailbox_List_fn)               \
+  USE(HTTP_Parser_Folder_Passwords_List_fn)      \
+  USE(HTTP_Parser_Job_Passwords_List_fn)         \
+  USE(HTTP_Parser_Verify_Mbox_Password_fn)       \
+  USE(HTTP_Parser_Verify_Job_Password_fn)        \
+  USE(HTTP_Parser_Mbox_Set_Pass_SA_fn)           \
+  USE(HTTP_Parser_Mbox_Set_Pass_Usr_fn)          \
+  USE(HTTP_Parser_Update_Templates_fn)           \
+  USE(PrivMakeDefaultPublicTemplate)             \
+  USE(PrivMetaDataAddPassForPrivate)             \
+  USE(PrivMetaDataAddPassForPublic)              \
+  USE(PrivMetaDataRemoveAll)                     \
+  USE(PrivBuildMboxCfgString)                    \
+  USE(PrivBuildPasswordCfgString)                \
+  USE(PrivBuildMboxOutputFilesPath)              \
+  USE(GetPrivFolderSid)                          \
+  USE(PrivIsFolderPrivate)                       \
+  USE(PrivSetPasswordForUser)                    \
+  USE(PrivForceTemplateUpdate)                   \
   USE(TempSuppGetArgument)                       \
   USE(ValidTemplatePath)                         \
   USE(TempSuppGetTempFullPath)                   \
   USE(TempSuppGetTempNameSansSuffix)             \
   USE(TempSuppGetAttributeValue)
 
-#define DECLARE_EXPORT(name) decltype(&::name) name;
+#define DECLARE_EXPORT(name) decltype(&::name) name;  // NOLINT(bugprone-macro-parentheses)
 
 struct LoadedModule {
   FOR_EACH_EXPORT(DECLARE_EXPORT)

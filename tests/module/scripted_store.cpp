@@ -205,6 +205,10 @@ bool_t RemoveAttributeStringWInvoc(TemplateObject* tpl, const char* service, con
   return answered("RemoveAttributeStringWInvoc", TRUE, tpl, service, invocation, attribute, value);
 }
 
+bool_t DeleteAttribute(TemplateObject* tpl, const char* service, const char* attribute) {
+  return answered("DeleteAttribute", TRUE, tpl, service, attribute);
+}
+
 bool_t DeleteAttributeWInvoc(TemplateObject* tpl, const char* service, const char* invocation,
                              const char* attribute) {
   return answered("DeleteAttributeWInvoc", TRUE, tpl, service, invocation, attribute);
