@@ -29,6 +29,13 @@ inline void open(Request& request, const std::string& path = "/tmp/template/pool
   journal().clear();
 }
 
+// The store call that writes a copy's file name into it.
+inline std::string naming_call(const std::string& name) {
+  std::string call =
+      "WriteAttributeStringWInvoc(tpl, 'qvn_svc_general', NULL, 'JobTemplateName', '";
+  return call.append(name).append("')");
+}
+
 // A null request record: the function enters, tells `text` and ends the process; there is no EXIT.
 #define EXPECT_FATAL(statement, logs) \
   EXPECT_EXIT(                        \

@@ -57,8 +57,7 @@ TEST_F(Copy, CopiesOpensNamesAndSaves) {
                      "log " + parser_log(102, "copyTo = " + to),
                      "CopyCKwtTemplate('" + std::string(kSource) + "', '" + to + "')"},
                     naming(to),
-                    {"WriteAttributeStringWInvoc(tpl, 'qvn_svc_general', NULL, 'JobTemplateName', "
-                     "'B.KTP')"},
+                    {naming_call("B.KTP")},
                     closing(to),
                     {"log " + left(kCopy)}}));
   EXPECT_EQ(request->parserTemplate, nullptr);
@@ -124,18 +123,14 @@ TEST_F(Copy, WithoutADestinationIsNamedAfterItsSource) {
   EXPECT_EQ(copy(request), 0);
   EXPECT_EQ(journal().calls(),
             (Lines{"CopyCKwtTemplate('" + std::string(kSource) + "', '(Copy)" + kSource + "')",
-                   "CKwtTemplate(tpl)",
-                   "WriteAttributeStringWInvoc(tpl, 'qvn_svc_general', NULL, 'JobTemplateName', "
-                   "'A.KTP')",
-                   "GetFileName(tpl)", "Close(tpl, 1)", "DestructorCKwtTemplate(tpl)"}));
+                   "CKwtTemplate(tpl)", naming_call("A.KTP"), "GetFileName(tpl)", "Close(tpl, 1)",
+                   "DestructorCKwtTemplate(tpl)"}));
 }
 
 TEST_F(Copy, WritesAWholeNameWithoutADirectory) {
   Request request{{"ParserFilename", "plain"}};
   EXPECT_EQ(copy(request), 0);
-  EXPECT_EQ(journal().calls().at(2),
-            "WriteAttributeStringWInvoc(tpl, 'qvn_svc_general', NULL, 'JobTemplateName', "
-            "'(Copy)plain')");
+  EXPECT_EQ(journal().calls().at(2), naming_call("(Copy)plain"));
 }
 
 TEST_F(Copy, OfTheDefaultTemplateIsAllowed) {
@@ -148,12 +143,13 @@ TEST_F(Copy, DestinationPathFitsUpTo254Bytes) {
   for (const std::size_t length : {253U, 254U, 255U, 256U, 300U}) {
     SCOPED_TRACE(length);
     const std::string name(length - directory.size(), 'n');
+    const std::string path = directory + name;
     Request request{{"ParserFilename", "/p"}, {"CopyParserFilename", name}};
     journal().clear();
     const bool fits = length <= 254;
     EXPECT_EQ(copy(request), fits ? 0 : 1);
     if (fits) {
-      EXPECT_EQ(journal().calls().front(), "CopyCKwtTemplate('/p', '" + directory + name + "')");
+      EXPECT_EQ(journal().calls().front(), "CopyCKwtTemplate('/p', '" + path + "')");
       continue;
     }
     EXPECT_EQ(journal().lines(),
@@ -184,7 +180,8 @@ TEST_F(Copy, ReasonOfAFailedCopyEndsWithinItsField) {
     Request request{{"ParserFilename", from}, {"CopyParserFilename", "c"}};
     request->queue = reinterpret_cast<Ipc_queue*>(&request);
     EXPECT_EQ(copy(request), 1);
-    EXPECT_EQ(request.reason(), (start + from + destination).substr(0, 200));
+    const std::string whole = start + from;
+    EXPECT_EQ(request.reason(), (whole + destination).substr(0, 200));
     EXPECT_EQ(request->queue, reinterpret_cast<Ipc_queue*>(&request));
   }
 }

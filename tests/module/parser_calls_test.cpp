@@ -215,8 +215,9 @@ TEST_F(OpenTemplate, ArgumentOfSeparatorsLeavesAnObjectThatWasNeverConstructed) 
              "log " + parser_log(102, "template file path = (null)"),
              "log " + parser_log(100, "HTTP_Open_Parser_fn Successful."), "log " + left(kOpen)}));
   ASSERT_NE(request->parserTemplate, nullptr);
-  const TemplateObject zeros{};
-  EXPECT_EQ(std::memcmp(request->parserTemplate, &zeros, sizeof(zeros)), 0);
+  const std::string object(static_cast<const char*>(request->parserTemplate),
+                           sizeof(TemplateObject));
+  EXPECT_EQ(object, std::string(sizeof(TemplateObject), '\0'));
 }
 
 TEST_F(OpenTemplate, IllegalPathLeavesAConstructedObjectThatTheCloseReleases) {

@@ -22,9 +22,7 @@ TEST_F(Restore, CopiesAFactoryTemplateIntoTheSystemPool) {
   const std::string to = "/tmp/template/pool/system/Scan.KTP";
   EXPECT_EQ(journal().calls(),
             (Lines{"CopyCKwtTemplate('/tmp/template/pool/factory/Scan.KTP', '" + to + "')",
-                   "CKwtTemplate(tpl)", "Open(tpl, '" + to + "', 2)",
-                   "WriteAttributeStringWInvoc(tpl, 'qvn_svc_general', NULL, 'JobTemplateName', "
-                   "'Scan.KTP')",
+                   "CKwtTemplate(tpl)", "Open(tpl, '" + to + "', 2)", naming_call("Scan.KTP"),
                    "GetFileName(tpl)", "Close(tpl, 1)", "DestructorCKwtTemplate(tpl)"}));
   EXPECT_EQ(part(journal().logs(), 0, 8),
             (Lines{entered(kRestore), parser_log(102, "Setting copyFrom to Scan.KTP"),

@@ -193,10 +193,9 @@ TEST_F(UpdateChecks, CopyIsMadeNamedAndThenEdited) {
   EXPECT_EQ(
       journal().calls(),
       (Lines{"CopyCKwtTemplate('" + std::string(kPath) + "', '" + copy + "')", "CKwtTemplate(tpl)",
-             "Open(tpl, '" + copy + "', 2)",
-             "WriteAttributeStringWInvoc(tpl, 'qvn_svc_general', NULL, 'JobTemplateName', 'B.KTP')",
-             "GetFileName(tpl)", "Close(tpl, 1)", "DestructorCKwtTemplate(tpl)",
-             "CKwtTemplate(tpl)", "Open(tpl, '" + copy + "', 0)",
+             "Open(tpl, '" + copy + "', 2)", naming_call("B.KTP"), "GetFileName(tpl)",
+             "Close(tpl, 1)", "DestructorCKwtTemplate(tpl)", "CKwtTemplate(tpl)",
+             "Open(tpl, '" + copy + "', 0)",
              "WriteAttributeFromStringUseFirst(tpl, 'svc', 'inv', 'Name', 'string', 'x', 1, 0)",
              kStamp, "GetFileName(tpl)", "Close(tpl, 1)", "DestructorCKwtTemplate(tpl)"}));
 }
@@ -587,7 +586,9 @@ TEST_F(UpdateResult, RecordedNamesEndWithinTheReason) {
     Request request(post(removal(name, "1,2,3")));
     request->queue = reinterpret_cast<Ipc_queue*>(&request);
     EXPECT_EQ(set(request), 1);
-    EXPECT_EQ(request.reason(), (start + name + "," + name).substr(0, 200));
+    std::string whole = start;
+    whole.append(name).append(",").append(name);
+    EXPECT_EQ(request.reason(), whole.substr(0, 200));
     EXPECT_EQ(request->queue, reinterpret_cast<Ipc_queue*>(&request));
   }
 }
