@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <list>
 #include <memory_resource>
 #include <string>
 #include <string_view>
@@ -20,6 +21,7 @@ using store::Edit;
 using store::Entries;
 using store::Entry;
 using store::Operation;
+using store::Text;
 
 void require(bool law) {
   if (!law) std::abort();
@@ -107,8 +109,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   document.adopt(before);
   std::string result = store::render(bytes, before, document.entries());
   require_reads_as(result, document.entries());
+  std::list<std::string> texts;
   Entries fresh = document.entries();
-  for (Entry& entry : fresh) entry.ordinal = Entry::kNew;
+  for (Entry& entry : fresh) {
+    entry.ordinal = Entry::kNew;
+    for (Text* text : {&entry.text, &entry.type}) {
+      *text = Text::plain(texts.emplace_back(text->decoded()));
+    }
+  }
   require_reads_as(store::render("", Entries(), fresh), fresh);
   return 0;
 }

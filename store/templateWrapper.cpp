@@ -174,7 +174,7 @@ void set_outcome(TemplateObject* tpl, std::string_view path, const Status& statu
 }
 
 void append_escaped(std::string& line, std::string_view text) {
-  append_encoded(line, Text::plain(text), store::Place::kHeader);
+  store::append_encoded(line, text, store::Place::kHeader);
 }
 
 std::string describe(const Edit& edit) {

@@ -292,7 +292,7 @@ class Renderer {
   void close_line();
   void add_line(const Entry& entry);
   void add_header(const Entry& entry, std::string_view word);
-  void append_type(const Entry& entry);
+  void append_mark(const Entry& entry);
   void append_value(const Entry& entry);
 
   std::string out_;
@@ -354,15 +354,20 @@ void Renderer::drop_until(std::size_t ordinal) {
   while (next_ < ordinal) drop(before_[next_++]);
 }
 
-void Renderer::append_type(const Entry& entry) {
-  append_encoded(out_, entry.type, Place::kType);
+void Renderer::append_mark(const Entry& entry) {
   if (entry.compulsory) out_.append(", ").append(kCompulsoryWord);
 }
 
 void Renderer::patch_type(const Entry& old, const Entry& entry) {
-  if (same(old.type, entry.type) && entry.compulsory == old.compulsory) return;
+  bool same_type = same(old.type, entry.type);
+  if (same_type && entry.compulsory == old.compulsory) return;
   copy_to(old.type.data);
-  append_type(entry);
+  if (same_type) {
+    copy_to(old.type.end());
+  } else {
+    append_encoded(out_, entry.type.raw(), Place::kType);
+  }
+  append_mark(entry);
   skip_to(text_end(old) - 1);
 }
 
@@ -370,7 +375,7 @@ void Renderer::patch_value(const Entry& old, const Entry& entry) {
   if (same(old.text, entry.text)) return;
   copy_to(old.text.data);
   if (out_.back() == '=') out_ += ' ';
-  append_encoded(out_, entry.text, Place::kValue);
+  append_encoded(out_, entry.text.raw(), Place::kValue);
   skip_to(old.text.end());
 }
 
@@ -391,7 +396,7 @@ void Renderer::keep(std::size_t index) {
 void Renderer::append_value(const Entry& entry) {
   out_ += " =";
   if (entry.text.size > 0) out_ += ' ';
-  append_encoded(out_, entry.text, Place::kValue);
+  append_encoded(out_, entry.text.raw(), Place::kValue);
 }
 
 // Lines are added after the entry kept last, or, when none is left, at the end of the file.
@@ -415,7 +420,7 @@ void Renderer::start_line(Kind kind) {
 
 void Renderer::add_header(const Entry& entry, std::string_view word) {
   out_.append("[").append(word).append(" ");
-  append_encoded(out_, entry.text, Place::kHeader);
+  append_encoded(out_, entry.text.raw(), Place::kHeader);
   out_ += ']';
 }
 
@@ -427,9 +432,10 @@ void Renderer::add_line(const Entry& entry) {
     case Kind::kInvocation:
       return add_header(entry, kInvocationWord);
     case Kind::kAttribute:
-      append_encoded(out_, entry.text, Place::kAttribute);
+      append_encoded(out_, entry.text.raw(), Place::kAttribute);
       out_ += " (";
-      append_type(entry);
+      append_encoded(out_, entry.type.raw(), Place::kType);
+      append_mark(entry);
       out_ += ')';
       return;
     case Kind::kValue:

@@ -19,7 +19,8 @@ Status parse(std::string_view bytes, Entries& entries);
 std::uint32_t line_of(std::string_view bytes, const char* at);
 
 // Returns `bytes`, which were parsed to `before`, with only those places changed in which `after`
-// differs: comments, order, blanks and untouched lines stay byte for byte.
+// differs: comments, order, blanks and untouched lines stay byte for byte. What is new in `after` has
+// plain texts.
 std::string render(std::string_view bytes, const Entries& before, const Entries& after);
 
 }  // namespace gnu::visibility("hidden")]]store

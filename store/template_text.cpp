@@ -131,13 +131,8 @@ std::string Text::decoded() const {
   return plain;
 }
 
-void append_encoded(std::string& out, const Text& text, Place place) {
-  if (text.escaped) {
-    out += text.raw();
-    return;
-  }
+void append_encoded(std::string& out, std::string_view plain, Place place) {
   const PlaceRule& rule = kPlaceRules[static_cast<std::size_t>(place)];
-  std::string_view plain = text.raw();
   for (std::size_t at = 0; at < plain.size();) {
     std::size_t length = utf8_length(plain.substr(at));
     if (length == 0 || (length == 1 && needs_escape(plain, at, rule))) {

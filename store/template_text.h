@@ -34,8 +34,8 @@ struct Text {
 // Where a text stands; each place has bytes of its own that must be escaped there.
 enum class Place : std::uint8_t { kHeader, kAttribute, kType, kValue };
 
-// Appends `text` so that a reader gets the same bytes back; an escaped text is copied as it is.
-void append_encoded(std::string& out, const Text& text, Place place);
+// Appends a plain text so that a reader gets the same bytes back.
+void append_encoded(std::string& out, std::string_view plain, Place place);
 
 // Returns the first escape in [begin, end) that means nothing, or null.
 const char* find_bad_escape(const char* begin, const char* end);

@@ -181,7 +181,7 @@ TEST(Render, KeepsUtf8AndEscapesOtherBytes) {
   };
   for (const auto& [plain, expected] : rows) {
     std::string out;
-    append_encoded(out, Text::plain(plain), Place::kValue);
+    append_encoded(out, plain, Place::kValue);
     EXPECT_EQ(out, expected);
   }
 }
