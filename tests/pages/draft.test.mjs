@@ -10,7 +10,7 @@ import {
   lacksValue,
   newFieldProblem,
 } from '../../pages/static/editor/checks.js';
-import { Draft, knownValues, splitRuns } from '../../pages/static/editor/draft.js';
+import { Draft, attributesOfService, splitRuns, valuesOfType } from '../../pages/static/editor/draft.js';
 
 const attribute = (name, type, values, compulsory = false) => ({ name, type, compulsory, values });
 
@@ -105,7 +105,7 @@ test('each attribute gets the control that its type and values allow', () => {
 });
 
 test('a name that would not arrive as it is makes an attribute fixed', () => {
-  for (const name of ['', 'NULL', 'a\nb', 'a\rb', 'a\uFFFDb']) {
+  for (const name of ['', 'NULL', 'a\nb', 'a\rb', 'a\uFFFDb', 'ü'.repeat(128)]) {
     assert.equal(isSendable(name), false, JSON.stringify(name));
     for (const place of ['service', 'invocation', 'name']) {
       const address = { service: 's', invocation: 'i', name: 'n', type: 'string', values: ['v'] };
@@ -309,7 +309,7 @@ test('a new invocation without a value is refused', () => {
 });
 
 test('more changes than a form may carry are refused', () => {
-  const attributes = Array.from({ length: 300 }, (_, i) => attribute(`n${i}`, 'string', ['x']));
+  const attributes = Array.from({ length: 500 }, (_, i) => attribute(`n${i}`, 'string', ['x']));
   const draft = new Draft({ services: [{ name: 's', invocations: [{ name: 'i', attributes }] }] });
   draft.fields.forEach((field) => (field.values = ['y']));
   assert.deepEqual(draftProblems(draft), [{ phrase: 'edit.error.many' }]);
@@ -394,8 +394,11 @@ test('an attribute that is gone is added again, and a change without its place i
   assert.deepEqual(after.runs.map((run) => run[4]), [['AttributeValue', 'back']]);
 });
 
-test('values of the same type are known as suggestions', () => {
-  const known = knownValues(new Draft(sample()));
-  assert.deepEqual([...known.get('enum_format')], ['PDF', 'TIFF']);
-  assert.equal(known.has('string'), false);
+test('what the template holds elsewhere is offered as a suggestion', () => {
+  const draft = new Draft(sample());
+  assert.deepEqual(valuesOfType(draft, 'enum_format'), ['PDF', 'TIFF']);
+  assert.deepEqual([...attributesOfService(draft, 'qvn_dscrpt_metadata')], [
+    ['MetaDataPrompt', 'string'],
+    ['Several', 'string'],
+  ]);
 });

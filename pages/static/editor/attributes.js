@@ -28,13 +28,17 @@ export const Kind = Object.freeze({
   fixed: "fixed",
 });
 
+/** A form's names have at most this many bytes. */
+const LONGEST_NAME = 255;
+
 /**
  * True for the name of a service, an invocation or an attribute that reaches the device as it
  * stands in the template: a post takes the empty name and the word NULL for no name, changes line
- * ends, and cannot carry bytes that are not UTF-8.
+ * ends, and cannot carry bytes that are not UTF-8 or names that are very long.
  */
 export function isSendable(name) {
-  return name !== "" && name !== "NULL" && !/[\r\n\uFFFD]/.test(name);
+  if (name === "" || name === "NULL" || /[\r\n\uFFFD]/.test(name)) return false;
+  return new TextEncoder().encode(name).length <= LONGEST_NAME;
 }
 
 /** True where deletes follow the rules of metadata fields, which go by the start of the name. */

@@ -3,7 +3,7 @@
 import { Kind, isSendable, removalReason } from "./attributes.js";
 
 /** A form has at most this many fields; the rest is left to what else the page sends. */
-const MOST_FORM_FIELDS = 1900;
+const MOST_FORM_FIELDS = 3900;
 
 const emptyValue = (values) => values.length > 1 && values.includes("");
 

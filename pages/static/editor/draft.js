@@ -4,7 +4,6 @@ import {
   Kind,
   METADATA,
   PHONES,
-  isEnumeration,
   isSendable,
   kindOf,
   separatorOf,
@@ -16,6 +15,8 @@ const STAMPED = "KLVDefinitionUsed";
 
 const isSameList = (a, b) =>
   a.length === b.length && a.every((text, i) => withLineFeeds(text) === withLineFeeds(b[i]));
+
+const storedOf = ({ stored }) => stored;
 
 const isGiven = (text) => text !== undefined && text !== "" && text !== "NULL";
 
@@ -311,11 +312,13 @@ function takeUpdate(invocation, run) {
   return true;
 }
 
-/** The attribute types and values that a draft holds, to be suggested for further ones. */
-export function knownValues(draft) {
-  const known = new Map();
-  for (const { type, stored } of draft.fields.filter(({ type }) => isEnumeration(type))) {
-    known.set(type, new Set([...(known.get(type) ?? []), ...stored]));
-  }
-  return known;
+/** The values that a draft's attributes of the type `type` hold, each once. */
+export function valuesOfType(draft, type) {
+  return [...new Set(draft.fields.filter((field) => field.type === type).flatMap(storedOf))];
+}
+
+/** The attributes that a draft's invocations of the service hold, as a map of types by name. */
+export function attributesOfService(draft, service) {
+  const ofService = draft.invocations.filter((invocation) => invocation.service === service);
+  return new Map(ofService.flatMap(({ fields }) => fields).map(({ name, type }) => [name, type]));
 }

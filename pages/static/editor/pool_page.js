@@ -1,0 +1,74 @@
+// The list of a pool's templates: filtered as the user types, scan-driver templates on demand.
+// SPDX-License-Identifier: MIT
+import { element, readBlock, words } from "./dom.js";
+import { pageAddress, pagesFor, poolAddress, poolOf, withoutSuffix } from "./pools.js";
+
+const PAGE_WORDS = {
+  edit: "action.edit",
+  copy: "action.copy",
+  rename: "action.rename",
+  delete: "action.delete",
+};
+
+const directory = new URLSearchParams(location.search).get("TemplateDir") ?? "";
+const login = readBlock("login");
+const list = document.getElementById("templates");
+const filter = document.getElementById("filter");
+const drivers = document.getElementById("drivers");
+const count = document.getElementById("count");
+
+function pageLink(page, path, name) {
+  const label = words(PAGE_WORDS[page]);
+  const attributes = { href: pageAddress(page, path), "aria-label": `${label} ${name}` };
+  return element("a", attributes, label);
+}
+
+function row(fileName, isDriver) {
+  const name = withoutSuffix(fileName);
+  const path = `${directory}/${fileName}`;
+  const [view, ...others] = pagesFor(path, login);
+  if (!view) return element("li", {}, name, " ", element("small", {}, words("list.unreachable")));
+  const attributes = { class: isDriver ? "driver" : false };
+  return element(
+    "li",
+    attributes,
+    element("a", { class: "name", href: pageAddress(view, path) }, name),
+    element("span", { class: "actions" }, ...others.map((page) => pageLink(page, path, name))),
+  );
+}
+
+/** The rows of all templates, sorted as people sort names, each with the text that is searched. */
+function makeRows() {
+  const people = new Set(readBlock("templates-of-people"));
+  const { compare } = new Intl.Collator(document.documentElement.lang, { numeric: true });
+  const names = readBlock("templates-of-all").sort(compare);
+  return names.map((name) => {
+    const isDriver = !people.has(name);
+    return { text: withoutSuffix(name).toLocaleLowerCase(), isDriver, item: row(name, isDriver) };
+  });
+}
+
+const rows = makeRows();
+
+function show() {
+  const wanted = filter.value.trim().toLocaleLowerCase();
+  let shown = 0;
+  for (const { text, isDriver, item } of rows) {
+    item.hidden = (isDriver && !drivers.checked) || !text.includes(wanted);
+    if (!item.hidden) shown += 1;
+  }
+  count.textContent = words(rows.length === 0 ? "list.empty" : "list.count", shown, rows.length);
+}
+
+const pool = poolOf(directory);
+document.getElementById("pool").textContent = words(pool.phrase);
+document.getElementById("path").textContent = directory;
+document.title = `${words(pool.phrase)} · Platen`;
+for (const link of document.querySelectorAll(".pools a")) {
+  if (link.getAttribute("href") === poolAddress(directory)) link.ariaCurrent = "page";
+}
+drivers.closest("label").hidden = !rows.some(({ isDriver }) => isDriver);
+list.append(...rows.map(({ item }) => item));
+filter.addEventListener("input", show);
+drivers.addEventListener("change", show);
+show();
