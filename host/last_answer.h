@@ -1,5 +1,5 @@
-// The answer of a worker that cannot go on: a page function that ended the process, a crash, a
-// hang. SPDX-License-Identifier: MIT
+// The answer of a worker that cannot go on: its function ended the process, crashed or hangs.
+// SPDX-License-Identifier: MIT
 #ifndef HOST_LAST_ANSWER_H_
 #define HOST_LAST_ANSWER_H_
 

@@ -1,5 +1,4 @@
-/* The template store: pools of scan templates, and one open template. C interface of
- * libtemplateWrapper.so. */
+/* C interface of the template store: pools of scan templates, and one open template. */
 /* SPDX-License-Identifier: MIT */
 #ifndef STORE_TEMPLATEWRAPPER_H_
 #define STORE_TEMPLATEWRAPPER_H_
@@ -8,31 +7,31 @@
  * Conventions of all functions:
  *
  *  1. A template holds services, a service holds invocations, an invocation holds attributes, and
- * an attribute has a type, a compulsory mark and any number of values. All of them are texts of any
- *     bytes but NUL, compared exactly; invocation names have at most 255 bytes. FORMAT.md tells how
- *     they stand in a file.
+ *     an attribute has a type, a compulsory mark and any number of values. All of them are texts of
+ *     any bytes but NUL, compared exactly; invocation names have at most 255 bytes. FORMAT.md tells
+ *     how they stand in a file.
  *  2. Strings passed in stay the caller's and are copied where they are kept. Lists handed out
- * belong to their object and are never freed by the caller.
+ *     belong to their object and are never freed by the caller.
  *  3. Every function is safe on a NULL object, on a zero-filled one, and on one that is constructed
  *     but not open; it then fails, or does nothing.
  *  4. A NULL invocation is the first one of the service. A name that is not there is never found,
  *     the empty one included.
  *  5. m_erno tells the outcome of the last operation on an object that could fail; a plain read
- * does not change it. jt_error() has the words.
+ *     does not change it. jt_error() has the words.
  *  6. Writes, removals and deletes change memory only. A Close() with save writes them to the file.
  *     A refused operation changes nothing.
  *  7. No lock is held while a template is open, so it may be copied, edited or deleted by others. A
  *     save applies this object's edits to what the file holds by then: an update whose invocation
- * was deleted meanwhile creates it again, a removal of what is gone is done, and a new invocation
- * whose name was taken meanwhile gets the next free one.
+ *     was deleted meanwhile creates it again, a removal of what is gone is done, and a new
+ *     invocation whose name was taken meanwhile gets the next free one.
  *  8. Saves, copies and deletes in one directory, by any process, come one after the other; each
- * waits at most 5 seconds for its turn and then fails. They are atomic and durable: the file is the
- * old or the new one, and a success survives a power cut. File systems must be local.
+ *     waits at most 5 seconds for its turn and then fails. They are atomic and durable: the file is
+ *     the old or the new one, and a success survives a power cut. File systems must be local.
  *  9. Only regular files of at most 4 MiB are templates; a link is none.
  * 10. Out of memory is an error like any other (KWTERR_NOLMEM). Nothing is logged and no process
- * ended.
+ *     ended.
  * 11. One object belongs to one thread at a time. Different objects may be used by different
- * threads and processes at once.
+ *     threads and processes at once.
  */
 
 #include <stdint.h>
@@ -91,8 +90,8 @@ typedef struct TemplatePoolObject {
   int count;                                /* nodes in the list */
 } TemplatePoolObject;
 
-/* One invocation of a service. A pointer to a node is also one to its name. Owned by the template.
- */
+/* One invocation of a service. A pointer to a node is also one to its name. Owned by the
+ * template. */
 typedef struct INVOCATION_STRUCT {
   char szInvocationName[256];     /* ends with a NUL */
   struct INVOCATION_STRUCT* next; /* NULL at the end */
@@ -216,8 +215,8 @@ bool_t WriteAttributeEnumWInvoc(TemplateObject* tpl, const char* service, const 
                                 const char* type, const char* attribute, int value);
 
 /* Removes the first value that equals `value`; the attribute stays, if need be without values.
- * Returns TRUE when there was one. FALSE: KWTERR_NODATA, KWTERR_INVALID_PARAMETER, KWTERR_NOLMEM.
- */
+ * Returns TRUE when there was one. FALSE: KWTERR_NODATA, KWTERR_INVALID_PARAMETER,
+ * KWTERR_NOLMEM. */
 bool_t RemoveAttributeStringWInvoc(TemplateObject* tpl, const char* service, const char* invocation,
                                    const char* attribute, const char* value);
 
@@ -273,8 +272,8 @@ const char* jt_error(const TemplateObject* tpl);
  * "PATH: edit: reason", with control characters escaped, and forgets them. A refused write is a
  * write or create that failed, or any edit of an object that is not open; a removal or delete that
  * found nothing is none. Values are never shown. At most 100 are kept; a last line then counts the
- * others. Released by the caller with free(). NULL = none, or no memory, in which case they stay.
- */
+ * others. Released by the caller with free(). NULL = none, or no memory, in which case they
+ * stay. */
 char* jt_failures(void);
 
 /* Frees all values that this thread has read and not yet released. */
