@@ -48,7 +48,7 @@ std::string page_address(std::string_view path, const std::vector<Field>& query)
   std::string address = encoded_but_for(path, "/");
   char separator = '?';
   for (const auto& [name, value] : query) {
-    address += separator + encoded_but_for(name, "/") + '=' + encoded_but_for(value, "/");
+    address += separator + encoded_but_for(name, "") + '=' + encoded_but_for(value, "");
     separator = '&';
   }
   return address;

@@ -69,10 +69,10 @@ test('pages that need a role lead to the login and back', async (t) => {
   const { platend, admin } = await startWithAdmin(t);
   const nobody = new Visitor(platend);
   const answer = await nobody.get(editPage);
-  assertDone(answer, '/login.html?NextPage=/edit.html%3FParserFilename%3D/tmp/template/pool/web/A.KTP');
+  assertDone(answer, `/login.html?NextPage=${encodeURIComponent(editPage)}`);
   const { token } = await nobody.get(answer.headers.location);
   const body = new URLSearchParams({ token, name: 'admin', password: adminPassword });
-  assertDone(await nobody.send('/do/login', body.toString()), '/edit.html?ParserFilename=/tmp/template/pool/web/A.KTP');
+  assertDone(await nobody.send('/do/login', body.toString()), editPage);
   assert.equal((await nobody.get(editPage)).title, 'edit');
   const user = await addUser(platend, admin);
   assert.equal((await user.get('/accounts.html')).status, 403);
@@ -83,7 +83,7 @@ test('pages that need a role lead to the login and back', async (t) => {
 test('an edit is saved, and the next page says so once', async (t) => {
   const { platend, admin } = await startWithAdmin(t);
   const answer = await admin.post(editPage, set, edits(update('Note', 'new, "quoted"', { was: 'old' })));
-  assertDone(answer, '/edit.html?ParserFilename=/tmp/template/pool/web/A.KTP');
+  assertDone(answer, editPage);
   const page = await admin.get(editPage);
   assert.equal(page.notice, 'Saved.');
   assert.equal(page.posted, null);
@@ -95,14 +95,13 @@ test('an edit is saved, and the next page says so once', async (t) => {
 
 test('a form may say where it leads, but only on this device', async (t) => {
   const { admin } = await startWithAdmin(t);
-  const here = '/edit.html?ParserFilename=/tmp/template/pool/web/A.KTP';
   const rows = [
     ['/pool.html?TemplateDir=%2Ftmp', '/pool.html?TemplateDir=%2Ftmp'],
     ['/a b\u00e4', '/a%20b%C3%A4'],
-    ['//example.com/', here],
-    ['https://example.com/', here],
-    ['/\\example.com', here],
-    ['', here],
+    ['//example.com/', editPage],
+    ['https://example.com/', editPage],
+    ['/\\example.com', editPage],
+    ['', editPage],
   ];
   for (const [wanted, location] of rows) {
     assertDone(await admin.post(editPage, set, [...edits(), ['NextPage', wanted]]), location);
@@ -247,7 +246,7 @@ test('a copy gets its name, and replaces a template only when told to', async (t
   const { platend, admin } = await startWithAdmin(t);
   const from = pageFor('copy', file);
   const fields = { ParserFilename: file, CopyParserFilename: 'B.KTP' };
-  assertDone(await admin.post(from, copy, fields), from.replaceAll('%2F', '/'));
+  assertDone(await admin.post(from, copy, fields), from);
   assert.equal((await admin.get('/index.html')).notice, 'Copied to "B.KTP".');
   assert.match(stored(platend, 'web/B.KTP'), /JobTemplateName \(string, compulsory\) = B.KTP\n/);
   fs.writeFileSync(path.join(platend.data, 'pool/web/B.KTP'), '# another\n');
@@ -381,7 +380,7 @@ test('a session that has ended keeps what was typed for the page it was for', as
   );
   const login = { token: wrong.token, name: 'admin', password: adminPassword };
   const answer = await admin.send('/do/login', new URLSearchParams(login).toString());
-  assertDone(answer, '/edit.html?ParserFilename=/tmp/template/pool/web/A.KTP');
+  assertDone(answer, editPage);
   const page = await admin.get(editPage);
   assert.equal(page.notice, 'You are logged in again. What you had typed stands here; it is not sent yet.');
   assert.deepEqual(page.posted.fields, fields.map(([name, value]) => ({ name, value })));

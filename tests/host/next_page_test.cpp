@@ -48,5 +48,16 @@ TEST(NextPage, EncodesEveryByteButThePlainOnes) {
   }
 }
 
+TEST(NextPage, IsTheAddressOfAPageWithItsFields) {
+  EXPECT_EQ(page_address("/a b.html", {}), "/a%20b.html");
+  EXPECT_EQ(page_address("/a.html", {{"x", "/p//q&r=\xC3\xA9"}, {"x", ""}, {"?", "%41+"}}),
+            "/a.html?x=%2Fp%2F%2Fq%26r%3D%C3%A9&x=&%3F=%2541%2B");
+}
+
+TEST(NextPage, IsMadeFitForAHeaderWithoutEncodingTwice) {
+  EXPECT_EQ(header_address("/a%20b?x=/p&q#t"), "/a%20b?x=/p&q#t");
+  EXPECT_EQ(header_address("/a b\xC3\xA9\x7F"), "/a%20b%C3%A9%7F");
+}
+
 }  // namespace
 }  // namespace platen
