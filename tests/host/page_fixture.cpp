@@ -10,6 +10,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "device/log.h"
 #include "device/phrases.h"
 #include "platform/log.h"
 #include "platform/server.h"
@@ -116,6 +117,20 @@ void list_invocations(QVN_AppData* udata, char* arg) {
   }
 }
 
+// Every form handler.
+int handle_form(QVN_AppData* udata, FormEntry* entries, int count) {
+  note_call("Form", udata, udata->userIsAdmin != FALSE ? "administrator" : "");
+  if (entries != udata->entries || count != udata->num_entries) double_.calls.back() += "!";
+  double_.login = udata->loginName == nullptr ? "-" : udata->loginName;
+  double_.reason.copy(udata->Reason, sizeof udata->Reason - 1);
+  if (!double_.error.empty()) Log_Entry(LOG_LEVEL_ERROR, "module", 0, "%s", double_.error.c_str());
+  Log_Entry(LOG_LEVEL_TRACE, "module", 0, "EXIT");
+  return double_.result;
+}
+
+LogObserver observer_ = nullptr;
+void* observed_ = nullptr;
+
 const char* error(const TemplateObject*) { return double_.open_error.c_str(); }
 
 char* failures() { return double_.failures.empty() ? nullptr : ::strdup(double_.failures.c_str()); }
@@ -170,18 +185,31 @@ OutputFunction ParserModule::output_function(const std::string& name) const {
   return nullptr;
 }
 
+FormHandler ParserModule::form_handler(const std::string& name) const {
+  return name.starts_with("HTTP_Parser_") ? handle_form : nullptr;
+}
+
+void set_log_observer(LogObserver observer, void* context) {
+  observer_ = observer;
+  observed_ = context;
+}
+
+std::vector<std::string> languages() { return {"de-de", "en-us"}; }
+
 std::string best_language(std::string_view accept_language) {
   return accept_language == "de" ? "de-de" : "en-us";
 }
 
 }  // namespace platen
 
-void Log_Entry(int level, const char* source, int /*line*/, const char* format, ...) {
+void Log_Entry(int level, const char* source, int line, const char* format, ...) {
   char text[1024];
   va_list values;
   va_start(values, format);
   std::vsnprintf(text, sizeof text, format, values);
   va_end(values);
+  if (platen::observer_ != nullptr)
+    platen::observer_(platen::observed_, {level, source, line, text});
   platen::module_double().log.push_back(std::to_string(level) + " " + source + " " + text);
 }
 

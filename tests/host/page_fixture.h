@@ -22,6 +22,10 @@ struct ModuleDouble {
   std::string language;              // preferredLang as the last call got it
   std::string failures;              // what jt_failures() tells; "" = nothing
   std::string open_error;            // what jt_error() tells
+  std::string login;                 // loginName as a form handler got it; "-" = null
+  int result = 0;                    // what a form handler returns,
+  std::string reason;                // leaves in Reason,
+  std::string error;                 // and logs as an error; "" = nothing
   bool prints_unknown_format = false;
   bool throws = false;
 };

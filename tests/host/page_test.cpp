@@ -339,5 +339,22 @@ TEST_F(PageTest, IsNotFreshWhileItHasFaultsOrAfterAFileIsGone) {
   EXPECT_FALSE(is_fresh(page));
 }
 
+TEST_F(PageTest, TakesATokenOnlyInsideAFormThatIsPosted) {
+  const std::string outside =
+      "the tag token stands outside a <form method=\"post\">; put it into the form that it is for";
+  const Rows rows = {
+      {"<form method=\"post\"><!--#token--></form>", ""},
+      {"<form method=\"POST\"><p><!--#token--> x</p></form>", ""},
+      {"<form method=post><input></form><form method=\"post\"><!--#token-->", ""},
+      {"<!--#token-->", "p.html:1:1: " + outside},
+      {"<form><!--#token--></form>", "p.html:1:7: " + outside},
+      {"<form method=\"get\"><!--#token--></form>", "p.html:1:20: " + outside},
+      {"<form method=\"post\">x</FORM><!--#token-->", "p.html:1:29: " + outside},
+      {"<form method=\"post\" title=\"<!--#token-->\"></form>",
+       "p.html:1:28: the tag token as \"html\" may not stand in an attribute; put it into text"},
+  };
+  expect_faults("p.html", rows);
+}
+
 }  // namespace
 }  // namespace platen

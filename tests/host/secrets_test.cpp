@@ -103,5 +103,24 @@ TEST(Wipe, OverwritesTheBytes) {
   EXPECT_EQ(bytes[1], '\0');
 }
 
+TEST(Seal, IsOpenedByItsKeyOnly) {
+  const std::string sealed = seal("a text", "key");
+  EXPECT_EQ(unseal(sealed, "key"), "a text");
+  EXPECT_EQ(unseal(sealed, "kez"), std::nullopt);
+  EXPECT_EQ(sealed.find("a text"), std::string::npos);
+  EXPECT_NE(seal("a text", "key"), sealed);
+  EXPECT_EQ(unseal(seal("", "key"), "key"), "");
+}
+
+TEST(Seal, ShowsEveryChangeOfItsText) {
+  const std::string sealed = seal("a text", "key");
+  for (size_t i = 0; i < sealed.size(); ++i) {
+    std::string changed = sealed;
+    changed[i] = static_cast<char>(changed[i] ^ 1);
+    EXPECT_EQ(unseal(changed, "key"), std::nullopt) << i;
+    EXPECT_EQ(unseal(sealed.substr(0, i), "key"), std::nullopt) << i;
+  }
+}
+
 }  // namespace
 }  // namespace platen

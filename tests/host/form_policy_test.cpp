@@ -1,0 +1,252 @@
+// Tests of which forms may be posted, with which fields and for which templates.
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "policy.h"
+
+namespace platen {
+namespace {
+
+using Fields = std::vector<Field>;
+
+constexpr char kSet[] = "/form/HTTP_Parser_Set_fn";
+constexpr char kCopy[] = "/form/HTTP_Parser_Copy_fn";
+constexpr char kDelete[] = "/form/HTTP_Parser_Delete_fn";
+constexpr char kWebFile[] = "/tmp/template/pool/web/A.KTP";
+const std::string kPool = "/tmp/template/pool/";
+
+std::vector<FormField> form_fields(const Fields& fields) {
+  std::vector<FormField> posted;
+  for (const auto& [name, value] : fields) {
+    FormField field;
+    field.name = name;
+    field.value = value;
+    posted.push_back(field);
+  }
+  return posted;
+}
+
+// "STATUS FIELD: TEXT", or "" when the form may be sent.
+std::string refusal(std::string_view form, const Fields& fields, Role role = Role::administrator) {
+  const auto refused = refuse_form(*find_form(form), form_fields(fields), role);
+  if (!refused) return "";
+  return std::to_string(refused->status) + " " + refused->field + ": " + refused->text;
+}
+
+Fields joined(Fields first, const Fields& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+const Fields kRun = {{"ServiceName", "s"},   {"InvocationName", "i"}, {"AttributeName", "a"},
+                     {"AttributeType", "t"}, {"AttributeValue", "v"}, {"Compulsory", "TRUE"},
+                     {"was", "{}"},          {"Action", "update"}};
+
+TEST(FormPolicy, KnowsEachFormAndItsLeastRole) {
+  const std::pair<std::string_view, Role> rows[] = {
+      {kSet, Role::user},
+      {kCopy, Role::user},
+      {kDelete, Role::user},
+      {"/do/rename", Role::user},
+      {"/do/login", Role::anonymous},
+      {"/do/logout", Role::anonymous},
+      {"/do/password", Role::user},
+      {"/do/account", Role::administrator},
+      {"/do/language", Role::anonymous},
+  };
+  for (const auto& [path, role] : rows) {
+    ASSERT_NE(find_form(path), nullptr) << path;
+    EXPECT_EQ(find_form(path)->role, role) << path;
+  }
+  for (const std::string_view path : {"", "/form/", "/do/", "/form/HTTP_Open_Parser_fn",
+                                      "/form/HTTP_Parser_set_fn", "/do/login/", "do/login"}) {
+    EXPECT_EQ(find_form(path), nullptr) << path;
+  }
+}
+
+TEST(FormPolicy, LetsGoodFormsThrough) {
+  const Fields source = {{"ParserFilename", kWebFile}};
+  const std::pair<std::string_view, Fields> rows[] = {
+      {kSet, source},
+      {kSet, {{"DefaultParserFilename", kWebFile}, {"token", "t"}, {"NextPage", "//x"}}},
+      {kSet, joined(source, joined(kRun, kRun))},
+      {kSet, joined(source, {{"CopyParserFilename", std::string(222, 'x') + ".KTP"}})},
+      {kSet, joined(source, {{"CopyParserFilenameMailbox", std::string(217, 'x') + ".ktp"}})},
+      {kCopy, joined(source, {{"CopyParserFilename", "a \"b\"\\.KTP"}, {"replace", "yes"}})},
+      {kDelete, source},
+      {"/do/rename", joined(source, {{"NewName", "B.KTP"}})},
+      {"/do/login", {{"name", ""}, {"password", std::string(128, 'x')}}},
+      {"/do/logout", {}},
+      {"/do/password", {{"old", "x"}, {"new", "y"}, {"repeat", "z"}}},
+      {"/do/account", {{"what", "add"}, {"name", "x"}, {"role", "user"}}},
+      {"/do/account", {{"what", "reset"}, {"name", "x"}}},
+      {"/do/language", {{"language", "de-de"}}},
+  };
+  for (const auto& [form, fields] : rows) EXPECT_EQ(refusal(form, fields, Role::user), "") << form;
+}
+
+TEST(FormPolicy, RefusesWhatAFieldMayNotHold) {
+  const std::tuple<std::string_view, Field, std::string> rows[] = {
+      {kSet, {"loginName", "x"}, "is not known to this form; leave it out"},
+      {kSet, {"NewName", "B.KTP"}, "is not known to this form; leave it out"},
+      {kSet,
+       {"ParserFilename", ""},
+       "is not below a template pool; it begins with /tmp/template/pool/ or /tarn/template/pool/"},
+      {kSet,
+       {"ParserFilename", "/tmp/template/pool//web/A.KTP"},
+       "is not in its shortest form; leave out \"..\", \".\" and needless slashes"},
+      {kSet, {"ParserFilename", std::string(kWebFile) + "|O_RDWR"}, "holds the character \"|\""},
+      {kSet, {"CopyParserFilename", ""}, "is no name of a template; it ends in .KTP"},
+      {kSet, {"CopyParserFilename", ".KTP"}, "begins with a dot; such files are hidden"},
+      {kSet, {"CopyParserFilename", "a..KTP"}, "holds \"..\""},
+      {kSet, {"CopyParserFilename", "x/B.KTP"}, "holds a slash; give a name only"},
+      {kSet, {"CopyParserFilename", "A.KTP|B.KTP"}, "holds the character \"|\""},
+      {kSet, {"CopyParserFilename", "A\n.KTP"}, "holds a control character"},
+      {kSet, {"CopyParserFilename", std::string("A\0.KTP", 6)}, "holds a NUL byte"},
+      {kSet,
+       {"CopyParserFilename", std::string(223, 'x') + ".KTP"},
+       "is too long; it has at most 226 bytes"},
+      {kSet,
+       {"CopyParserFilenameMailbox", std::string(218, 'x') + ".KTP"},
+       "is too long; it has at most 221 bytes"},
+      {kSet, {"Action", "drop"}, "is none of the words it may be: update delete"},
+      {kSet, {"Action", "e d"}, "is none of the words it may be: update delete"},
+      {kSet, {"Compulsory", ""}, "is none of the words it may be: TRUE FALSE"},
+      {kSet, {"replace", "no"}, "is none of the words it may be: yes"},
+      {"/do/login", {"password", "a\tb"}, "holds a control character"},
+      {"/do/login", {"password", std::string(129, 'x')}, "is too long; it has at most 128 bytes"},
+      {"/do/account", {"role", "anonymous"}, "is none of the words it may be: user administrator"},
+  };
+  for (const auto& [form, field, fault] : rows) {
+    EXPECT_EQ(refusal(form, {field}),
+              "422 " + field.first + ": The field \"" + field.first + "\" " + fault + ".");
+  }
+}
+
+TEST(FormPolicy, RefusesAnUploadedFile) {
+  std::vector<FormField> fields = form_fields({{"ParserFilename", kWebFile}});
+  fields[0].is_file = true;
+  EXPECT_EQ(refuse_form(*find_form(kDelete), fields, Role::user)->text,
+            "The field \"ParserFilename\" is a file; this form takes none.");
+}
+
+TEST(FormPolicy, RefusesAFieldGivenTwiceAndARunThatIsNotClosed) {
+  const Fields source = {{"ParserFilename", kWebFile}};
+  EXPECT_EQ(refusal(kSet, joined(source, source)),
+            "422 ParserFilename: The field \"ParserFilename\" is given twice; give it once.");
+  EXPECT_EQ(refusal(kSet, joined(source, joined({{"ServiceName", "x"}}, kRun))),
+            "422 ServiceName: The field \"ServiceName\" is given twice; give it once.");
+  EXPECT_EQ(refusal(kSet, joined(source, joined(kRun, {{"ServiceName", "x"}}))),
+            "422 ServiceName: The field \"ServiceName\" stands in an edit that no field \"Action\" "
+            "closes; add it.");
+}
+
+TEST(FormPolicy, WantsOneSourceAndOneDestination) {
+  const Field source = {"ParserFilename", kWebFile};
+  const Field other_source = {"DefaultParserFilename", kWebFile};
+  const Field web = {"CopyParserFilename", "B.KTP"};
+  const Field mailbox = {"CopyParserFilenameMailbox", "B.KTP"};
+  EXPECT_EQ(refusal(kSet, {}),
+            "422 ParserFilename: The field \"ParserFilename\" is missing; fill it in.");
+  EXPECT_EQ(refusal(kSet, {other_source, source}),
+            "422 DefaultParserFilename: The field \"DefaultParserFilename\" does not go with "
+            "\"ParserFilename\"; give one of the two.");
+  EXPECT_EQ(refusal(kCopy, {source}),
+            "422 CopyParserFilename: The field \"CopyParserFilename\" is missing; fill it in.");
+  EXPECT_EQ(refusal(kSet, {source, web, mailbox}),
+            "422 CopyParserFilenameMailbox: The field \"CopyParserFilenameMailbox\" does not go "
+            "with \"CopyParserFilename\"; give one of the two.");
+  EXPECT_EQ(refusal(kDelete, {}),
+            "422 ParserFilename: The field \"ParserFilename\" is missing; fill it in.");
+  EXPECT_EQ(refusal("/do/password", {{"old", "x"}, {"new", "y"}}),
+            "422 repeat: The field \"repeat\" is missing; fill it in.");
+}
+
+TEST(FormPolicy, ProtectsThePools) {
+  const std::string system = " is for everybody: only an administrator may change it.";
+  const std::string factory = " is as shipped and never changes; copy it and change the copy.";
+  const std::string stays = "\"default.ktp\" is the default template: it stays where it is.";
+  struct Row {
+    std::string_view form;
+    std::string path;
+    std::string for_user;
+    std::string for_administrator;
+  };
+  const Row rows[] = {
+      {kSet, kPool + "A.KTP", "", ""},
+      {kSet, kPool + "mailbox/A.KTP", "", ""},
+      {kSet, kPool + "system/A.KTP", "403 \"A.KTP\"" + system, ""},
+      {kSet, kPool + "system/default.ktp", "403 \"default.ktp\"" + system, ""},
+      {kSet, kPool + "factory/A.KTP", "422 \"A.KTP\"" + factory, "422 \"A.KTP\"" + factory},
+      {kSet, "/tarn/template/pool/factory/A.KTP", "422 \"A.KTP\"" + factory,
+       "422 \"A.KTP\"" + factory},
+      {kDelete, kPool + "system/A.KTP", "403 \"A.KTP\"" + system, ""},
+      {kDelete, kPool + "system/default.ktp", "422 " + stays, "422 " + stays},
+      {kDelete, kPool + "factory/A.KTP", "422 \"A.KTP\"" + factory, "422 \"A.KTP\"" + factory},
+      {kDelete, kPool + "systems/A.KTP", "", ""},
+  };
+  for (const Row& row : rows) {
+    for (const auto& [role, expected] : {std::pair(Role::user, row.for_user),
+                                         std::pair(Role::administrator, row.for_administrator)}) {
+      std::string text = refusal(row.form, {{"ParserFilename", row.path}}, role);
+      if (!text.empty()) text.erase(4, std::string("ParserFilename: ").size());
+      EXPECT_EQ(text, expected) << row.form << " " << row.path;
+    }
+  }
+}
+
+TEST(FormPolicy, LetsEveryTemplateBeCopied) {
+  for (const std::string name : {"system/default.ktp", "factory/A.KTP", "A.KTP"}) {
+    const Fields fields = {{"ParserFilename", kPool + name}, {"CopyParserFilename", "B.KTP"}};
+    EXPECT_EQ(refusal(kCopy, fields, Role::user), "") << name;
+    EXPECT_EQ(refusal(kSet, fields, Role::user), "") << name;
+  }
+}
+
+TEST(FormPolicy, RefusesACopyOntoItselfAndARenameElsewhere) {
+  EXPECT_EQ(refusal(kCopy, {{"ParserFilename", kWebFile}, {"CopyParserFilename", "A.KTP"}}),
+            "422 CopyParserFilename: The new name is that of the template itself; choose another.");
+  EXPECT_EQ(refusal("/do/rename", {{"ParserFilename", kWebFile}, {"NewName", "A.KTP"}}),
+            "422 NewName: The new name is that of the template itself; choose another.");
+  for (const std::string name : {"system/A.KTP", "factory/A.KTP", "A.KTP", "web/sub/A.KTP"}) {
+    EXPECT_EQ(refusal("/do/rename", {{"ParserFilename", kPool + name}, {"NewName", "B.KTP"}}),
+              "422 ParserFilename: The field \"ParserFilename\" names no template of the web or "
+              "the mailbox pool; only those have other names.");
+  }
+}
+
+TEST(FormPolicy, KnowsWhereACopyGoes) {
+  const auto destination = [](std::string_view form, const Fields& fields) {
+    return destination_path(*find_form(form), form_fields(fields));
+  };
+  const Field source = {"ParserFilename", kPool + "mailbox/A.KTP"};
+  EXPECT_EQ(destination(kSet, {source}), "");
+  EXPECT_EQ(destination(kSet, {source, {"CopyParserFilename", "B.KTP"}}), kPool + "web/B.KTP");
+  EXPECT_EQ(destination(kCopy, {{"CopyParserFilenameMailbox", "B.KTP"}}), kPool + "mailbox/B.KTP");
+  EXPECT_EQ(destination("/do/rename", {source, {"NewName", "B.KTP"}}), kPool + "mailbox/B.KTP");
+  EXPECT_EQ(destination("/do/logout", {}), "");
+}
+
+TEST(FormPolicy, WithholdsSecretsAndTokens) {
+  for (const char* name : {"old", "new", "repeat", "token"}) {
+    EXPECT_TRUE(is_withheld(*find_form("/do/password"), name)) << name;
+  }
+  EXPECT_TRUE(is_withheld(*find_form("/do/login"), "password"));
+  EXPECT_FALSE(is_withheld(*find_form("/do/login"), "name"));
+  EXPECT_FALSE(is_withheld(*find_form(kSet), "AttributeValue"));
+  EXPECT_FALSE(is_withheld(*find_form(kSet), "unknown"));
+}
+
+TEST(PagePolicy, KnowsThePagesThatAreNotForEverybody) {
+  for (const char* path :
+       {"/edit.html", "/copy.html", "/rename.html", "/delete.html", "/password.html"}) {
+    EXPECT_EQ(page_role(path), Role::user) << path;
+  }
+  EXPECT_EQ(page_role("/accounts.html"), Role::administrator);
+  for (const char* path : {"/", "/index.html", "/pool.html", "/template.html", "/login.html"}) {
+    EXPECT_EQ(page_role(path), Role::anonymous) << path;
+  }
+}
+
+}  // namespace
+}  // namespace platen

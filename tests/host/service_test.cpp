@@ -1,0 +1,239 @@
+// Tests of pages and forms together: what handlers get, what visitors are told, what is audited.
+// SPDX-License-Identifier: MIT
+#include "service.h"
+
+#include "page_fixture.h"
+
+namespace platen {
+namespace {
+
+constexpr char kFile[] = "/tmp/template/pool/web/no such.KTP";
+constexpr char kDelete[] = "/form/HTTP_Parser_Delete_fn";
+constexpr char kCopy[] = "/form/HTTP_Parser_Copy_fn";
+constexpr char kPage[] =
+    "<form method=\"post\"><!--#token--></form><i><!--#reason--></i><b><!--#notice--></b>"
+    "<script type=\"application/json\"><!--#posted--></script>";
+
+std::string header(const Response& response, const std::string& name) {
+  for (const auto& [key, value] : response.headers) {
+    if (key == name) return value;
+  }
+  return "";
+}
+
+std::string between(const std::string& text, const std::string& begin, const std::string& end) {
+  const size_t first = text.find(begin);
+  if (first == std::string::npos) return "";
+  const size_t start = first + begin.size();
+  return text.substr(start, text.find(end, start) - start);
+}
+
+class ServiceTest : public PageFixture {
+ protected:
+  ServiceTest() {
+    for (const char* page : {"index.html", "login.html", "edit.html", "accounts.html"}) {
+      write(page, kPage);
+    }
+  }
+
+  // Logs an account of that role in, without the form.
+  void log_in(Role role) {
+    std::string password;
+    visitors_.accounts.add("erika", role, &password);
+    visitors_.database.run("UPDATE account SET must_change = 0");
+    cookie_ = visitors_.sessions.start("erika");
+  }
+
+  Response send(Request request) {
+    request.cookie = "platen_session=" + cookie_;
+    request.address = "192.0.2.1";
+    request.host = "device";
+    return service_.serve(request);
+  }
+
+  Response get(const std::string& path, const std::vector<Field>& query = {}) {
+    Request request;
+    request.method = "GET";
+    request.path = path;
+    request.query = query;
+    return send(request);
+  }
+
+  // Posts `fields`, already encoded, with the token of the start page.
+  Response post(const std::string& path, const std::string& fields, const std::string& page = "/") {
+    Request request;
+    request.method = "POST";
+    request.path = path;
+    request.origin = "http://device";
+    request.content_type = "application/x-www-form-urlencoded";
+    request.body = "token=" + visitors_.sessions.make_token(cookie_, page) + "&" + fields;
+    request.content_length = request.body.size();
+    return send(request);
+  }
+
+  // The entries of the audit trail, oldest first, as "LOGIN ADDRESS ACTION OBJECT: OUTCOME".
+  std::vector<std::string> audit() {
+    std::vector<std::string> lines;
+    for (const AuditEntry& entry : visitors_.audit.list()) {
+      lines.insert(lines.begin(), entry.login + " " + entry.address + " " + entry.action + " " +
+                                      entry.object + ": " + entry.outcome);
+    }
+    return lines;
+  }
+
+  Visitors visitors_{root_ + "/database"};
+  Service service_{pages_, module_, root_ + "/database"};
+  std::string cookie_ = new_cookie();
+};
+
+TEST_F(ServiceTest, HandsAFormToItsHandlerInOrderAndWithoutTheHostsFields) {
+  log_in(Role::administrator);
+  const Response response = post(kCopy, std::string("ParserFilename=") + kFile +
+                                            "&replace=yes&CopyParserFilename=B.KTP&NextPage=/x");
+  EXPECT_EQ(response.status, 303);
+  EXPECT_EQ(header(response, "Location"), "/x");
+  EXPECT_EQ(module_double().calls,
+            (std::vector<std::string>{"Form(administrator)", "release_values"}));
+  EXPECT_EQ(module_double().entries,
+            (std::vector<std::string>{std::string("ParserFilename=") + kFile,
+                                      "CopyParserFilename=B.KTP"}));
+  EXPECT_EQ(module_double().login, "erika");
+  EXPECT_EQ(module_double().language, "en-us");
+  EXPECT_EQ(between(get("/").body, "<b>", "</b>"), "Copied to &quot;B.KTP&quot;.");
+  EXPECT_EQ(audit(), (std::vector<std::string>{std::string("erika 192.0.2.1 HTTP_Parser_Copy_fn ") +
+                                               kFile + ": done"}));
+}
+
+TEST_F(ServiceTest, TellsWhatAHandlerLogsWhereItGivesNoReason) {
+  log_in(Role::user);
+  module_double().result = 1;
+  const std::pair<std::string, std::string> rows[] = {
+      {"*** Filesize exceeded!", "The name of the file is too long; choose a shorter one."},
+      {"copyFrom == NULL", "The form names no template; open its page again."},
+      {"*** Invalid template path!", "The file does not lie in a pool of templates."},
+      {"HTTP_Parser_Delete called on default template!", "The default template cannot be deleted."},
+      {"anything else",
+       "This could not be done; the file may be gone or protected. Load the page again."},
+      {"", "This could not be done; the file may be gone or protected. Load the page again."},
+  };
+  for (const auto& [line, words] : rows) {
+    module_double().error = line;
+    const Response response = post(kDelete, std::string("ParserFilename=") + kFile);
+    EXPECT_EQ(response.status, 422);
+    EXPECT_EQ(between(response.body, "<i>", "</i>"), words);
+  }
+  EXPECT_EQ(module_double().calls.front(), "Form()");
+}
+
+TEST_F(ServiceTest, TellsTheHandlersReasonAndTheStoresFailures) {
+  log_in(Role::user);
+  module_double().result = 1;
+  module_double().reason = "No copy of <A>.\r\n";
+  const std::string fields = std::string("ParserFilename=") + kFile;
+  Response response = post(kDelete, fields);
+  EXPECT_EQ(response.status, 422);
+  EXPECT_EQ(between(response.body, "<i>", "</i>"), "No copy of &lt;A&gt;.");
+  module_double().failures = "a.KTP: save: disk full\nb.KTP: write: not open\n";
+  response = post(kDelete, fields);
+  EXPECT_EQ(response.status, 500);
+  EXPECT_EQ(between(response.body, "<i>", "</i>"),
+            "No copy of &lt;A&gt;.\na.KTP: save: disk full\nb.KTP: write: not open");
+  module_double().result = 0;
+  module_double().reason = "";
+  response = post(kDelete, fields);
+  EXPECT_EQ(response.status, 500);
+  EXPECT_EQ(between(response.body, "<i>", "</i>"),
+            "Not everything was saved.\na.KTP: save: disk full\nb.KTP: write: not open");
+}
+
+TEST_F(ServiceTest, LeavesOneAuditEntryForEachRefusal) {
+  post(kDelete, "", "/edit.html");
+  log_in(Role::user);
+  post(kDelete, "");
+  post("/do/account", "what=reset&name=admin");
+  post("/do/nothing", "");
+  post("/index.html", "");
+  get(kDelete);
+  get("/index.html", {{"x", "y"}});
+  get("/accounts.html");
+  Request forged;
+  forged.method = "POST";
+  forged.path = kDelete;
+  forged.origin = "http://evil.example";
+  send(forged);
+  const std::string who = "erika 192.0.2.1 ";
+  EXPECT_EQ(
+      audit(),
+      (std::vector<std::string>{
+          " 192.0.2.1 HTTP_Parser_Delete_fn : refused: You are not logged in. Log in; what you "
+          "typed is kept, and shown again then. It is not sent yet.",
+          who + "HTTP_Parser_Delete_fn : refused: The field \"ParserFilename\" is missing; fill it "
+                "in.",
+          who + "account admin: refused: Only an administrator may do this. Log in as one.",
+          who + "/do/nothing : refused: no such form",
+          who + "/index.html : refused: method POST",
+          who + kDelete + " : refused: method GET",
+          who + "/index.html : refused: The field \"x\" is not known to any page; leave it out.",
+          who + "/accounts.html : refused: only for administrators",
+          who + "HTTP_Parser_Delete_fn : refused: The form was not sent from a page of this "
+                "device. Open its page here and send it from there.",
+      }));
+  EXPECT_TRUE(module_double().calls.empty() || module_double().calls.front() != "Form()");
+}
+
+TEST_F(ServiceTest, AuditsALoginByTheNameThatWasRightOnly) {
+  std::string password;
+  visitors_.accounts.add("erika", Role::user, &password);
+  post("/do/login", "name=my+password&password=x", "/login.html");
+  const Response response = post("/do/login", "name=erika&password=" + password, "/login.html");
+  EXPECT_EQ(response.status, 303);
+  EXPECT_EQ(audit(), (std::vector<std::string>{
+                         " 192.0.2.1 login : refused: The name or the password is not right. Type "
+                         "both again.",
+                         "erika 192.0.2.1 login : done"}));
+}
+
+TEST_F(ServiceTest, ShowsNoSecretAgain) {
+  log_in(Role::user);
+  const Response response =
+      post("/do/password", "old=secret1&new=secret2&repeat=secret3&NextPage=/x");
+  EXPECT_EQ(response.status, 422);
+  EXPECT_EQ(between(response.body, "json\">", "</script>"),
+            "{\"status\":422,\"fields\":[{\"name\":\"NextPage\",\"value\":\"/x\"}],"
+            "\"conflicts\":[],\"field\":\"repeat\"}");
+  EXPECT_EQ(response.body.find("secret"), std::string::npos);
+}
+
+TEST_F(ServiceTest, GivesACookieOnlyWithAToken) {
+  write("plain.html", "x");
+  cookie_ = "none";
+  EXPECT_EQ(header(get("/plain.html"), "Set-Cookie"), "");
+  EXPECT_NE(header(get("/index.html"), "Set-Cookie"), "");
+  cookie_ = new_cookie();
+  EXPECT_EQ(header(get("/index.html"), "Set-Cookie"), "");
+}
+
+TEST_F(ServiceTest, MarksItsCookiesSecureOverTls) {
+  Request request;
+  request.method = "GET";
+  request.path = "/index.html";
+  request.secure = true;
+  EXPECT_TRUE(header(service_.serve(request), "Set-Cookie").ends_with("; Secure"));
+}
+
+TEST_F(ServiceTest, TellsThatItsDatabaseCannotBeUsed) {
+  Service service(pages_, module_, root_ + "/none/database");
+  Request request;
+  request.method = "GET";
+  request.path = "/index.html";
+  const Response response = service.serve(request);
+  EXPECT_EQ(response.status, 500);
+  EXPECT_NE(response.body.find("The database of the device cannot be used."), std::string::npos);
+  EXPECT_EQ(module_double().log,
+            (std::vector<std::string>{"3 service.cpp /index.html: " + root_ +
+                                      "/none/database: No such file or directory; its directory "
+                                      "must exist and be writable"}));
+}
+
+}  // namespace
+}  // namespace platen
