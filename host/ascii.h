@@ -7,8 +7,10 @@ namespace platen {
 
 inline bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
 inline bool is_letter_or_digit(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || is_digit(c);
 }
 
 }  // namespace platen

@@ -19,19 +19,23 @@ struct TagRule {
   bool takes_format;
 };
 
-constexpr unsigned kAnywhere = kHtmlText | kHtmlAttribute | kScriptString | kJsonBlock;
+constexpr unsigned kAnywhere = kHtmlText | kHtmlAttribute | kScriptString | kJsonBlock | kPhpCode;
+constexpr unsigned kData = kJsonBlock | kPhpCode;
 
 constexpr TagRule kTags[] = {
     {"parser", "fn", "arg", TagKind::parser, 0, Format::none, true},
     {"include", "file", "", TagKind::include, 0, Format::none, false},
     {"reason", "", "", TagKind::reason, kAnywhere, Format::html, true},
     {"phrase", "id", "", TagKind::phrase, kAnywhere, Format::html, true},
-    {"template", "", "", TagKind::open_template, kJsonBlock, Format::json, true},
+    {"template", "", "", TagKind::open_template, kData, Format::json, true},
     {"token", "", "", TagKind::token, kHtmlText, Format::html, false},
     {"login", "", "", TagKind::login, kAnywhere, Format::html, true},
-    {"posted", "", "", TagKind::posted, kJsonBlock, Format::json, true},
+    {"posted", "", "", TagKind::posted, kData, Format::json, true},
     {"notice", "", "", TagKind::notice, kAnywhere, Format::html, true},
-    {"accounts", "", "", TagKind::accounts, kJsonBlock, Format::json, true},
+    {"accounts", "", "", TagKind::accounts, kData, Format::json, true},
+    {"jobs", "", "", TagKind::jobs, kData, Format::json, true},
+    {"mailbox", "", "", TagKind::mailbox, kData, Format::json, true},
+    {"session", "", "", TagKind::session, kPhpCode, Format::php, true},
 };
 
 struct FormatName {
@@ -40,7 +44,7 @@ struct FormatName {
 };
 
 constexpr FormatName kFormats[] = {
-    {"html", Format::html}, {"js", Format::js}, {"json", Format::json}};
+    {"html", Format::html}, {"js", Format::js}, {"json", Format::json}, {"php", Format::php}};
 
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 

@@ -20,6 +20,7 @@
 #include "listener.h"
 #include "options.h"
 #include "parser_module.h"
+#include "php_runtime.h"
 #include "runtime_directory.h"
 #include "sandbox.h"
 #include "service.h"
@@ -146,6 +147,9 @@ int serve_here(const Options& options, const ParserModule& module, int listener)
   set_log_level(options.log_level);
   if (!open_device(options, &error)) {
     return refuse(error);
+  }
+  if (!start_php()) {
+    return refuse("the PHP engine does not start; its reason stands above");
   }
   module.init();
   Service service(options.pages, module, database_file(options));

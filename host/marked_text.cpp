@@ -62,6 +62,12 @@ std::string MarkedText::with_quoted_markers(std::string_view part) const {
   }
 }
 
+void MarkedText::blank(size_t begin, size_t end) {
+  for (size_t at = begin; at < end; ++at) {
+    if (text_[at] != '\n') text_[at] = ' ';
+  }
+}
+
 Position MarkedText::position(size_t offset) const {
   const auto after = std::ranges::upper_bound(runs_, offset, {}, &Run::offset);
   if (after == runs_.begin()) return {};

@@ -34,6 +34,9 @@ class MarkedText {
   // Returns `part` with each marker put into double quotes.
   std::string with_quoted_markers(std::string_view part) const;
 
+  // Puts a blank for each byte of text()[begin, end) but its line ends; its markers go with it.
+  void blank(size_t begin, size_t end);
+
   // Where in the page's files the byte at `offset` comes from.
   Position position(size_t offset) const;
 

@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "output_format.h"
 
+#include <algorithm>
+
+#include "ascii.h"
+
 namespace platen {
 namespace {
 
@@ -113,6 +117,31 @@ std::string_view script_line_end(std::string_view text) {
   return "";
 }
 
+std::string escaped_with_backslash(std::string_view text, std::string_view signs) {
+  std::string out;
+  for (const char c : text) {
+    if (signs.find(c) != std::string_view::npos) out += '\\';
+    out += c;
+  }
+  return out;
+}
+
+bool is_php_name(std::string_view text) {
+  const auto is_part = [](char c) { return c == '_' || is_letter_or_digit(c); };
+  return !text.empty() && !is_digit(text[0]) && std::ranges::all_of(text, is_part);
+}
+
+bool are_digits(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, is_digit);
+}
+
+bool is_number(std::string_view text) {
+  if (text.starts_with('-')) text.remove_prefix(1);
+  const size_t point = text.find('.');
+  return are_digits(text.substr(0, point)) &&
+         (point == std::string_view::npos || are_digits(text.substr(point + 1)));
+}
+
 }  // namespace
 
 std::string valid_utf8(std::string_view text) {
@@ -178,6 +207,27 @@ std::string json_text(const Json& value) {
   return out;
 }
 
+std::string php_literal(std::string_view text) {
+  return '\'' + escaped_with_backslash(text, "'\\") + '\'';
+}
+
+std::string_view PhpStatement::pass(std::string_view text) {
+  for (const char c : text) {
+    if (c == quote_) {
+      quote_ = 0;
+    } else if (quote_ == 0 && (c == '"' || c == '\'')) {
+      quote_ = c;
+    }
+  }
+  return text;
+}
+
+std::optional<std::string> PhpStatement::value(std::string_view text) const {
+  if (quote_ != 0) return escaped_with_backslash(text, quote_ == '"' ? "\"\\$" : "'\\");
+  if (!is_php_name(text) && !is_number(text)) return std::nullopt;
+  return std::string(text);
+}
+
 std::string formatted_text(std::string_view text, Format format) {
   switch (format) {
     case Format::html:
@@ -186,6 +236,8 @@ std::string formatted_text(std::string_view text, Format format) {
       return script_text(text, Value::plain);
     case Format::json:
       return json_text(json_item(text, Value::plain));
+    case Format::php:
+      return php_literal(text);
     case Format::none:
       break;
   }

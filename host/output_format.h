@@ -1,12 +1,14 @@
 // Renders data for the place in a page where it is to stand.
 // SPDX-License-Identifier: MIT
 //
-// Every function first replaces what is not UTF-8 by U+FFFD, one per maximal wrong part, as
-// browsers do, so that a value is the same text in every format.
+// Every function for browsers first replaces what is not UTF-8 by U+FFFD, one per maximal wrong
+// part, as they do, so that a value is the same text in every format. PHP gets the bytes as they
+// are.
 #ifndef HOST_OUTPUT_FORMAT_H_
 #define HOST_OUTPUT_FORMAT_H_
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,6 +35,23 @@ Json json_item(std::string_view text, Value kind);
 
 // Returns the JSON text of `value`, which may stand in a script element: it holds no "<".
 std::string json_text(const Json& value);
+
+// Returns `text` as a whole PHP value: between single quotes.
+std::string php_literal(std::string_view text);
+
+// Follows PHP statements that a function prints piece by piece.
+class PhpStatement {
+ public:
+  // Notes text of the function's own and returns it.
+  std::string_view pass(std::string_view text);
+
+  // Returns a value for the place that has been reached: inside quotes the text escaped for that
+  // quote; outside only a name or a number, anything else is nothing.
+  std::optional<std::string> value(std::string_view text) const;
+
+ private:
+  char quote_ = 0;  // the open quote, or none
+};
 
 // Returns a whole plain text in the given format.
 // Requires: a format other than none.

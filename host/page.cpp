@@ -133,6 +133,8 @@ bool is_html_page(std::string_view name) { return name.ends_with(".html"); }
 
 bool is_script_page(std::string_view name) { return name.ends_with(".js"); }
 
+bool is_php_page(std::string_view name) { return name.ends_with(".php"); }
+
 Page load_page(const std::string& root, const std::string& name) {
   Page page = PageReader(root).read(name);
   if (page.faults.empty()) check_page(name, &page);

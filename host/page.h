@@ -25,7 +25,10 @@ enum class TagKind {
   login,
   posted,
   notice,
-  accounts
+  accounts,
+  jobs,
+  mailbox,
+  session,
 };
 
 struct PageText {
@@ -74,6 +77,7 @@ PageFile find_page_file(const std::string& root, std::string_view name);
 // The suffixes of pages.
 bool is_html_page(std::string_view name);
 bool is_script_page(std::string_view name);
+bool is_php_page(std::string_view name);
 
 // Reads the page `name` below `root`, and what it includes, and checks it whole.
 Page load_page(const std::string& root, const std::string& name);

@@ -6,11 +6,13 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "host_tags.h"
 #include "marked_text.h"
 #include "output_format.h"
+#include "php_code.h"
 #include "script_strings.h"
 
 namespace platen {
@@ -63,6 +65,9 @@ std::string advice(unsigned places) {
            "script or event";
   }
   if ((places & kHtmlText) != 0) return "put it into text";
+  if ((places & kPhpCode) != 0) {
+    return "put it between <?php and ?> in a .php page, outside strings and comments";
+  }
   if ((places & kScriptString) != 0) {
     return "put it into a script page, alone between two equal quotes";
   }
@@ -77,8 +82,9 @@ Fault misplaced(const PageTag& tag, std::string_view where) {
 // Walks the parsed HTML of a page and judges each marker where the parser has put it.
 class HtmlChecker {
  public:
-  HtmlChecker(const MarkedText& marked, std::vector<Fault>* faults)
-      : marked_(marked), faults_(*faults), seen_(marked.markers().size(), false) {}
+  // `seen` tells of each marker whether it has been judged.
+  HtmlChecker(const MarkedText& marked, std::vector<bool> seen, std::vector<Fault>* faults)
+      : marked_(marked), faults_(*faults), seen_(std::move(seen)) {}
 
   void check() {
     const std::string& text = marked_.text();
@@ -247,6 +253,29 @@ class HtmlChecker {
   std::vector<size_t> forms_;  // that are posted: where each begins
 };
 
+// Judges the tags in the PHP of a page, and takes the PHP out of it, so that its HTML is left.
+// Returns of each marker whether it has been judged.
+std::vector<bool> check_php(MarkedText* marked, std::vector<Fault>* faults) {
+  const PhpCode php = find_php_code(marked->text());
+  if (php.unclosed) {
+    faults->push_back(
+        {marked->position(*php.unclosed), "a string, heredoc or comment of the PHP is not closed"});
+  }
+  std::vector<bool> seen;
+  for (const Marker& marker : marked->markers()) {
+    const auto holds = [&](const PhpPart& part) { return part.holds(marker.offset); };
+    seen.push_back(std::ranges::any_of(php.segments, holds));
+    if (!seen.back()) continue;
+    if ((marker.tag->places & kPhpCode) == 0) {
+      faults->push_back(misplaced(*marker.tag, "in PHP"));
+    } else if (std::ranges::any_of(php.quoted, holds)) {
+      faults->push_back(misplaced(*marker.tag, "in a string or comment of the PHP"));
+    }
+  }
+  for (const PhpPart& segment : php.segments) marked->blank(segment.begin, segment.end);
+  return seen;
+}
+
 // A script without tags is the browser's to judge.
 void check_script(const MarkedText& marked, std::vector<Fault>* faults) {
   if (marked.markers().empty()) return;
@@ -288,12 +317,11 @@ void check_open_template(Page* page) {
 
 void check_page(std::string_view name, Page* page) {
   check_open_template(page);
-  const MarkedText marked(*page);
-  if (is_script_page(name)) {
-    check_script(marked, &page->faults);
-  } else {
-    HtmlChecker(marked, &page->faults).check();
-  }
+  MarkedText marked(*page);
+  if (is_script_page(name)) return check_script(marked, &page->faults);
+  std::vector<bool> seen(marked.markers().size(), false);
+  if (is_php_page(name)) seen = check_php(&marked, &page->faults);
+  HtmlChecker(marked, std::move(seen), &page->faults).check();
 }
 
 }  // namespace platen

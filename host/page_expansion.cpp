@@ -92,6 +92,9 @@ class PageRun {
       case TagKind::posted:
       case TagKind::notice:
       case TagKind::accounts:
+      case TagKind::jobs:
+      case TagKind::mailbox:
+      case TagKind::session:
         return print(host_value(tag), tag.format);
       case TagKind::include:
         return;  // resolved when the page was read
@@ -101,8 +104,14 @@ class PageRun {
   Json host_value(const PageTag& tag) const { return values_ ? values_(tag) : Json(); }
 
   void print(const Json& value, Format format) {
-    const std::string text = value.is_string() ? value.get<std::string>() : "";
-    stream_.write(format == Format::json ? json_text(value) : formatted_text(text, format));
+    stream_.write(format == Format::json ? json_text(value)
+                                         : formatted_text(text_of(value, format), format));
+  }
+
+  // What is no text stands in a PHP literal as JSON.
+  static std::string text_of(const Json& value, Format format) {
+    if (value.is_string()) return value.get<std::string>();
+    return format == Format::php ? value.dump() : "";
   }
 
   // What a form was refused for is of more use than what the page met meanwhile.

@@ -9,7 +9,7 @@
 namespace platen {
 
 // The `format` of a tag: how the values that it prints are rendered.
-enum class Format { none, html, js, json };
+enum class Format { none, html, js, json, php };
 
 // The places of a page where printed values may stand; a row holds a set of them.
 enum Place : unsigned {
@@ -17,6 +17,7 @@ enum Place : unsigned {
   kHtmlAttribute = 2,  // a double-quoted attribute value
   kScriptString = 4,   // the whole of a quoted string in a script page
   kJsonBlock = 8,      // a value in a <script type="application/json"> block
+  kPhpCode = 16,       // a value or a statement between <?php and ?>
 };
 
 // Returns the places in which values rendered as `format` are safe.
@@ -28,6 +29,8 @@ constexpr unsigned places_of(Format format) {
       return kScriptString;
     case Format::json:
       return kJsonBlock;
+    case Format::php:
+      return kPhpCode;
     case Format::none:
       break;
   }

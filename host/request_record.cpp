@@ -35,9 +35,19 @@ std::string TagOutput::printed_value(std::string_view text, Value kind) {
     case Format::json:
       if (kind != Value::separator) items_.push_back(json_item(text, kind));
       return "";
+    case Format::php:
+      return php_value(text);
     case Format::none:
       break;
   }
+  return "";
+}
+
+std::string TagOutput::php_value(std::string_view text) {
+  std::optional<std::string> value = statement_.value(text);
+  if (value) return *std::move(value);
+  fault_ = std::string(function_.name) + " printed \"" + std::string(text) +
+           "\" as PHP, which outside quotes may be a name or a number only";
   return "";
 }
 
@@ -53,11 +63,11 @@ std::string TagOutput::print(const char* format, va_list& values) noexcept {
   for (const Value kind : row->values) {
     const size_t conversion = rest.find(kConversion);
     const char* text = va_arg(values, const char*);
-    out += rest.substr(0, conversion);
+    out += statement_.pass(rest.substr(0, conversion));
     out += printed_value(text == nullptr ? "" : text, kind);
     rest.remove_prefix(conversion + kConversion.size());
   }
-  out += rest;
+  out += statement_.pass(rest);
   return format_ == Format::json ? "" : out;
 }
 

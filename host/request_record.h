@@ -32,10 +32,12 @@ class TagOutput {
 
  private:
   std::string printed_value(std::string_view text, Value kind);
+  std::string php_value(std::string_view text);
 
   const ParserFunction& function_;
   Format format_;
   Json items_ = Json::array();
+  PhpStatement statement_;
   std::string fault_;
 };
 

@@ -9,6 +9,8 @@
 
 #include "device/phrases.h"
 #include "error_page.h"
+#include "next_page.h"
+#include "php_runtime.h"
 #include "platform/log.h"
 #include "policy.h"
 
@@ -27,14 +29,16 @@ void log_line(int level, const std::string& text, int line = __builtin_LINE()) {
 }
 
 bool is_page(std::string_view name) {
-  return (is_html_page(name) || is_script_page(name)) && !name.starts_with(kStaticFiles);
+  return (is_html_page(name) || is_script_page(name) || is_php_page(name)) &&
+         !name.starts_with(kStaticFiles);
 }
 
-// The name of the page for a request's path; "" when none can have it.
-std::string page_name(const std::string& path) {
-  if (!path.starts_with('/')) return "";
-  const std::string name = path.substr(1) + (path.ends_with('/') ? "index.html" : "");
-  return is_page(name) ? name : "";
+// The names that the page for a request's path may have.
+std::vector<std::string> page_names_for(const std::string& path) {
+  if (!path.starts_with('/')) return {};
+  const std::string name = path.substr(1);
+  if (!path.ends_with('/')) return {name};
+  return {name + "index.html", name + "index.php"};
 }
 
 // The names of all pages, sorted. Throws fs::filesystem_error when a directory cannot be read.
@@ -83,8 +87,8 @@ Response Site::serve(const Request& request, const HostValues& values) {
 }
 
 Response Site::answer(const Request& request, const HostValues& values) {
-  const std::string name = page_name(request.path);
-  if (name.empty() || find_page_file(pages_, name).path.empty()) {
+  const std::string name = find_page(request.path);
+  if (name.empty()) {
     return error_response(404, "There is no page " + request.path + ".", "Check the address.");
   }
   if (const std::string refusal = refuse_page_fields(request.query); !refusal.empty()) {
@@ -92,6 +96,13 @@ Response Site::answer(const Request& request, const HostValues& values) {
     return error_response(400, refusal, "Change the address, or go back to the start page.");
   }
   return answer_page(name, request, values);
+}
+
+std::string Site::find_page(const std::string& path) const {
+  for (const std::string& name : page_names_for(path)) {
+    if (is_page(name) && !find_page_file(pages_, name).path.empty()) return name;
+  }
+  return "";
 }
 
 Response Site::answer_page(const std::string& name, const Request& request,
@@ -111,6 +122,16 @@ Response Site::answer_page(const std::string& name, const Request& request,
   response.status = expansion.reason.empty() ? 200 : 404;
   if (is_script_page(name)) response.content_type = "text/javascript; charset=utf-8";
   response.body = std::move(expansion.text);
+  return is_php_page(name) ? run_page(name, request, std::move(response)) : response;
+}
+
+Response Site::run_page(const std::string& name, const Request& request, Response response) {
+  PhpResult result = run_php(name, response.body, page_address("", request.query).erase(0, 1));
+  if (!result.fault.empty()) {
+    log_line(LOG_LEVEL_ERROR, result.fault);
+    return error_response(500, "The page " + request.path + " failed.", kTellAdministrator);
+  }
+  response.body = std::move(result.output);
   return response;
 }
 

@@ -15,7 +15,7 @@
 
 namespace platen {
 
-// Everything below the directory that ends in ".html" or ".js" is a page, but for what lies in
+// Everything below the directory that ends in ".html", ".js" or ".php" is a page, but for what lies in
 // "static", which the web server sends as it is, and for hidden files.
 class Site {
  public:
@@ -38,6 +38,8 @@ class Site {
  private:
   Response answer(const Request& request, const HostValues& values);
   Response answer_page(const std::string& name, const Request& request, const HostValues& values);
+  std::string find_page(const std::string& path) const;  // its name; "" when there is none
+  static Response run_page(const std::string& name, const Request& request, Response response);
   std::shared_ptr<const Page> page(const std::string& name);
 
   std::string pages_;

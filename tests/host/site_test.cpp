@@ -236,7 +236,7 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
   EXPECT_EQ(module_double().log, (std::vector<std::string>{
                                      "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
                                      "parser, include, reason, phrase, template, token, "
-                                     "login, posted, notice or accounts"}));
+                                     "login, posted, notice, accounts, jobs, mailbox or session"}));
 }
 
 TEST_F(SiteTest, AnswersAPrintOfUnknownValuesWith500AndNoneOfThePage) {
@@ -278,7 +278,7 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
   EXPECT_EQ(site_.check(),
             (std::vector<std::string>{
                 "x.inc:1:1: unknown tag \"oh\"; the tags are parser, include, reason, phrase, "
-                "template, token, login, posted, notice or accounts",
+                "template, token, login, posted, notice, accounts, jobs, mailbox or session",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
                 "closed"}));
 }
