@@ -11,6 +11,7 @@
 #include "form.h"
 #include "journal.h"
 #include "loaded_module.h"
+#include "scripted_device.h"
 #include "scripted_store.h"
 
 class ModuleCalls : public testing::Test {
@@ -18,6 +19,7 @@ class ModuleCalls : public testing::Test {
   void SetUp() override {
     parser();
     scripted_store() = {};
+    scripted_device() = {};
     journal().clear();
   }
   void TearDown() override { release_scripted_values(); }

@@ -14,12 +14,10 @@ class CloneGroups : public ModuleCalls {
  protected:
   void SetUp() override {
     ModuleCalls::SetUp();
-    scripted_device() = {};
     scripted_device().phrases = {{"de 9998?", "de-de"}, {"de-de 10?", "Net"},
                                  {"de-de 20?", "Fax"},  {"de-de 101?", "A"},
                                  {"de-de 102?", "B"},   {"en-us 10?", "English"}};
   }
-  void TearDown() override { scripted_device() = {}; }
 
   // What the page receives for a clone file.
   static std::string groups(const std::string& file, const std::string& language = "de") {

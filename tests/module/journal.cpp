@@ -23,6 +23,13 @@ std::string formatted(const char* format, va_list values) {
   return text;
 }
 
+// The lines of the platform's own header are fixed; those of the module's units only have to be
+// there.
+std::string place(const std::string& source, int line) {
+  if (source == "configapi.h") return source + ":" + std::to_string(line);
+  return source + (line > 0 ? "" : " (without its line)");
+}
+
 }  // namespace
 
 Journal& journal() {
@@ -102,8 +109,7 @@ void Log_Entry(int level, const char* source, int line, const char* format, ...)
   va_start(values, format);
   const std::string text = formatted(format, values);
   va_end(values);
-  journal().add("log " + std::to_string(level) + " " + source + " " + text +
-                (line > 0 ? "" : " (without its line)"));
+  journal().add("log " + std::to_string(level) + " " + place(source, line) + " " + text);
 }
 
 int adiprintf(QVN_AppData* udata, const char* format, ...) {

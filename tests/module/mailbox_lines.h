@@ -1,0 +1,67 @@
+// Lines of the journal that several tests of the mailbox functions expect.
+// SPDX-License-Identifier: MIT
+#ifndef TESTS_MODULE_MAILBOX_LINES_H_
+#define TESTS_MODULE_MAILBOX_LINES_H_
+
+#include <string>
+
+#include "journal.h"
+
+inline std::string logged(int level, const std::string& text) {
+  return "log " + mailbox_log(level, text);
+}
+
+inline std::string support_logged(int level, const std::string& text) {
+  return "log " + support_log(level, text);
+}
+
+inline std::string entering(const std::string& function) { return logged(8, "ENTER " + function); }
+
+inline std::string leaving(const std::string& function) { return logged(8, "EXIT " + function); }
+
+inline std::string asked(const std::string& key) { return "Cfg_GetAttrValue('" + key + "', 1064)"; }
+
+inline std::string password_key(const std::string& folder) {
+  return "scanToMailbox." + folder + ".password";
+}
+
+// The key of a folder's password is built and looked up.
+inline Lines password_asked(const std::string& folder) {
+  return {entering("PrivBuildPasswordCfgString"), leaving("PrivBuildPasswordCfgString"),
+          logged(102, "Looking for config server value of '" + password_key(folder) + "'."),
+          asked(password_key(folder))};
+}
+
+inline std::string not_retrieved(const std::string& key) {
+  return logged(102, "Value for '" + key + "' could not be retrieved from the Config Server");
+}
+
+// A template is opened; one without a page is closed.
+inline Lines opening(const std::string& path, int mode) {
+  return {"log " + entered("HTTP_Open_Parser_fn"),
+          "log " + parser_log(102, "Allocing memory for udata->parserTemplate."),
+          "log " + parser_log(102, "template file path = " + path),
+          "CKwtTemplate(tpl)",
+          "Open(tpl, '" + path + "', " + std::to_string(mode) + ")",
+          "log " + parser_log(100, "HTTP_Open_Parser_fn Successful."),
+          "log " + left("HTTP_Open_Parser_fn")};
+}
+
+inline Lines closing(int save) {
+  return {"log " + entered("HTTP_Close_Parser_fn"),
+          "GetFileName(tpl)",
+          "Close(tpl, " + std::to_string(save) + ")",
+          "DestructorCKwtTemplate(tpl)",
+          "log " + parser_log(100, "HTTP_Close_Parser_fn Successful."),
+          "log " + left("HTTP_Close_Parser_fn")};
+}
+
+// The password of a job is read from its log, whose metadata service has no invocation.
+inline Lines job_password_read(const std::string& path) {
+  return joined({opening(path, 0),
+                 {"GetLastTemplateError(tpl)", "ListInvocations(tpl, 'qvn_dscrpt_metadata')",
+                  "Read(tpl, 'qvn_dscrpt_metadata', NULL, 'MetaDataValue', 1)"},
+                 closing(0)});
+}
+
+#endif  // TESTS_MODULE_MAILBOX_LINES_H_
