@@ -139,7 +139,12 @@ class TagResolver {
     tag_.argument = argument == nullptr ? "" : *argument;
     tag_.function = find_parser_function(name);
     if (tag_.function == nullptr) return fail("unknown parser function " + quoted(name));
-    if (tag_.function->shape == Shape::form) {
+    if (tag_.function->shape == Shape::upkeep) {
+      return fail(name +
+                  " changes templates; the host calls it after a form that needs it, a tag " +
+                  "cannot");
+    }
+    if (tag_.function->shape != Shape::output) {
       return fail(name + " is a form handler; a form posts to it, a tag cannot call it");
     }
     tag_.label = name;

@@ -25,15 +25,15 @@ std::string login_address(const std::string& next_page) {
 
 Json login_value(const Visit& visit, Format format) {
   const Account& account = visit.account();
-  if (format != Format::json) return account.name;
+  if (format != Format::json && format != Format::php) return account.name;
   if (account.name.empty()) return nullptr;
   return {{"name", account.name},
           {"role", role_name(account.role)},
           {"mustChange", account.must_change}};
 }
 
-Json text_or_null(const std::string& text) {
-  return text.empty() ? Json() : Json(valid_utf8(text));
+Json text_or_null(const std::string& text, Format format) {
+  return text.empty() && format != Format::php ? Json() : Json(valid_utf8(text));
 }
 
 Json parsed(const std::string& text) { return text.empty() ? Json() : Json::parse(text); }
@@ -122,7 +122,7 @@ Json PageViews::value_of(const PageTag& tag, const std::string& address, const R
       if (refused != nullptr) return refused->posted;
       return parsed(take_kept(address, visit));
     case TagKind::notice:
-      return text_or_null(visit->take(kNotice));
+      return text_or_null(visit->take(kNotice), tag.format);
     case TagKind::accounts:
       return accounts(*visit);
     default:

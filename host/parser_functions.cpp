@@ -11,6 +11,9 @@ constexpr Value kPlain[] = {Value::plain};
 constexpr Value kSeparatorPlain[] = {Value::separator, Value::plain};
 constexpr Value kBackslashed[] = {Value::backslashed};
 constexpr Value kSeparatorBackslashed[] = {Value::separator, Value::backslashed};
+constexpr Value kThreePlain[] = {Value::plain, Value::plain, Value::plain};
+constexpr Value kFivePlain[] = {Value::plain, Value::plain, Value::plain, Value::plain,
+                                Value::plain};
 constexpr Value kNameAndPath[] = {Value::plain, Value::plain};
 
 constexpr Print kHiddenField[] = {
@@ -33,6 +36,13 @@ constexpr Print kInvocationNames[] = {
     {",", {}},
 };
 
+constexpr Print kFolderStatements[] = {
+    {"$%s->AddFolderToList( new %s( \"%s\", %s, \"%s\" ));\n", kFivePlain},
+};
+constexpr Print kJobPasswordStatements[] = {
+    {"\t$%s['%s']\t= '%s';\n", kThreePlain},
+};
+
 constexpr unsigned kAnywhere = kHtmlText | kHtmlAttribute | kScriptString | kJsonBlock;
 
 // The hidden field of a close is markup of its own, so it stands between tags only. What comes with
@@ -50,9 +60,25 @@ constexpr ParserFunction kFunctions[] = {
      kScriptString | kJsonBlock, Format::none, kTemplateNames},
     {"HTTP_Parser_List_Invocations_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none,
      kInvocationNames},
+    {"HTTP_Parser_Mailbox_List_fn", Shape::output, TemplateUse::none, kPhpCode, Format::php,
+     kFolderStatements},
+    {"HTTP_Parser_Folder_Passwords_List_fn", Shape::output, TemplateUse::opens_own, kPhpCode,
+     Format::php, kJobPasswordStatements},
+    {"HTTP_Parser_Job_Passwords_List_fn", Shape::output, TemplateUse::opens_own, kPhpCode,
+     Format::php, kJobPasswordStatements},
+    {"HTTP_Parser_Update_Templates_fn", Shape::upkeep, TemplateUse::opens_own, 0, Format::none, {}},
     {"HTTP_Parser_Set_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
     {"HTTP_Parser_Copy_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
     {"HTTP_Parser_Delete_fn", Shape::form, TemplateUse::none, 0, Format::none, {}},
+    {"HTTP_Parser_Verify_Mbox_Password_fn", Shape::form, TemplateUse::none, 0, Format::none, {}},
+    {"HTTP_Parser_Verify_Job_Password_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
+    {"HTTP_Parser_Mbox_Set_Pass_SA_fn", Shape::silent_form, TemplateUse::none, 0, Format::none, {}},
+    {"HTTP_Parser_Mbox_Set_Pass_Usr_fn",
+     Shape::silent_form,
+     TemplateUse::none,
+     0,
+     Format::none,
+     {}},
 };
 
 }  // namespace

@@ -51,7 +51,13 @@ struct Print {
   std::span<const Value> values;
 };
 
-enum class Shape { output, form };
+// How a function is called, and who may.
+enum class Shape {
+  output,       // prints; a tag calls it
+  upkeep,       // an output function that prints nothing and changes templates; no tag calls it
+  form,         // a form handler
+  silent_form,  // a form handler without a result
+};
 
 // What a function does with the request's open template.
 enum class TemplateUse {

@@ -122,6 +122,14 @@ OutputFunction ParserModule::output_function(const std::string& name) const {
   return reinterpret_cast<OutputFunction>(function(name, Shape::output));
 }
 
+OutputFunction ParserModule::upkeep_function(const std::string& name) const {
+  return reinterpret_cast<OutputFunction>(function(name, Shape::upkeep));
+}
+
+SilentFormHandler ParserModule::silent_form_handler(const std::string& name) const {
+  return reinterpret_cast<SilentFormHandler>(function(name, Shape::silent_form));
+}
+
 FormHandler ParserModule::form_handler(const std::string& name) const {
   return reinterpret_cast<FormHandler>(function(name, Shape::form));
 }

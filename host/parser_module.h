@@ -13,6 +13,7 @@ namespace platen {
 
 using OutputFunction = void (*)(QVN_AppData* udata, char* arg);
 using FormHandler = int (*)(QVN_AppData* udata, FormEntry* entries, int count);
+using SilentFormHandler = void (*)(QVN_AppData* udata, FormEntry* entries, int count);
 
 // The loaded libraries; they stay loaded until the process ends.
 class ParserModule {
@@ -25,8 +26,12 @@ class ParserModule {
   // The output function of that name; null when the module has none.
   OutputFunction output_function(const std::string& name) const;
 
-  // The form handler of that name; null when the module has none.
+  // The function of that name that brings templates in line; null when the module has none.
+  OutputFunction upkeep_function(const std::string& name) const;
+
+  // The form handler of that name, with and without a result; null when the module has none.
   FormHandler form_handler(const std::string& name) const;
+  SilentFormHandler silent_form_handler(const std::string& name) const;
 
   // The file of the store that the module links.
   const std::string& store_file() const { return store_file_; }
