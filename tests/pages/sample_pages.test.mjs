@@ -214,7 +214,7 @@ test('every phrase of the pages is in the phrase files', () => {
     .map((line) => line.split('\t')[0]);
   const used = fs
     .readdirSync(pages, { recursive: true })
-    .filter((name) => /\.(html|inc|js)$/.test(name))
+    .filter((name) => /\.(html|inc|js|php)$/.test(name))
     .flatMap((name) => {
       const text = fs.readFileSync(path.join(pages, name), 'utf8');
       return [...text.matchAll(/<!--#phrase id="([^"]*)"/g)].map(([, token]) => token);

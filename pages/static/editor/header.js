@@ -7,7 +7,7 @@ if (readBlock("login")?.role === "administrator") {
 }
 
 const logIn = document.querySelector(".log-in");
-if (logIn && location.pathname.endsWith(".html") && location.pathname !== "/login.html") {
+if (logIn && !/^\/(login\.html|form\/|do\/)/.test(location.pathname)) {
   const next = encodeURIComponent(location.pathname + location.search);
   logIn.href = `/login.html?NextPage=${next}`;
 }
