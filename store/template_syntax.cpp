@@ -282,6 +282,7 @@ class Renderer {
   void skip_to(const char* at) { at_ = std::max(at_, at); }
   [[nodiscard]] const char* line_begin(const char* at) const;
   [[nodiscard]] const char* line_end(const char* at) const;
+  [[nodiscard]] const char* empty_line_before(const char* begin) const;
   [[nodiscard]] const char* text_end(const Entry& entry) const;
   void drop_until(std::size_t ordinal);
   void drop(const Entry& entry);
@@ -329,6 +330,14 @@ const char* Renderer::line_end(const char* at) const {
   return end == end_ ? end_ : end + 1;
 }
 
+// Returns where the empty line ahead of a line begins, or, when there is none, the line itself.
+const char* Renderer::empty_line_before(const char* begin) const {
+  if (begin == at_) return begin;
+  const char* before = line_begin(begin - 1);
+  const std::string_view line = between(before, begin);
+  return line == "\n" || line == "\r\n" ? before : begin;
+}
+
 // Returns where the text of the entry's line ends, without the value that stands on it.
 const char* Renderer::text_end(const Entry& entry) const {
   const char* close = find_byte(entry.type.end(), end_, ')');
@@ -346,6 +355,7 @@ void Renderer::drop(const Entry& entry) {
   if (begin == begin_ && between(begin_, end_).starts_with(kByteOrderMark)) {
     begin += kByteOrderMark.size();
   }
+  if (entry.kind == Kind::kService) begin = empty_line_before(begin);
   copy_to(begin);
   skip_to(line_end(entry.text.data));
 }

@@ -332,6 +332,32 @@ TEST(Render, WritesAServiceAnewThatWasRemovedAndAddedBehindANewOne) {
             "[service b]\n  [invocation b_1]\n    y (string) = 2\n");
 }
 
+TEST(Render, TakesTheEmptyLineAboveADeletedService) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"[service a]\n\n[service b]\n\n[service c]\n", "[service a]\n\n[service c]\n"},
+      {"[service a]\n\n[service b]\n# bye\n", "[service a]\n# bye\n"},
+      {"[service a]\r\n\r\n[service b]\r\n", "[service a]\r\n"},
+      {"[service a]\n\n\n[service b]\n", "[service a]\n\n"},
+      {"[service a]\n\n# mine\n[service b]\n", "[service a]\n\n# mine\n"},
+      {"[service a]\n \n[service b]\n", "[service a]\n \n"},
+      {"\n[service b]\n", ""},
+      {"\xEF\xBB\xBF\n[service b]\n", "\xEF\xBB\xBF\n"},
+  };
+  for (const auto& [bytes, expected] : rows) {
+    EXPECT_EQ(after(bytes, {drop(Operation::kRemoveService, "b", {})}), expected) << bytes;
+  }
+}
+
+TEST(Render, LeavesAFileAsItWasWhenAnAddedServiceIsDeleted) {
+  for (const std::string_view bytes : {"[service a]\n", "[service a]\r\n", "[service a]\n\n",
+                                       "[service a]\n# bye", "# only a comment\n", ""}) {
+    const std::string added = after(bytes, {set("b", "Name", "x")});
+    const std::string deleted = after(added, {drop(Operation::kRemoveService, "b", {})});
+    EXPECT_EQ(deleted, bytes);
+    EXPECT_EQ(after(deleted, {set("b", "Name", "x")}), added);
+  }
+}
+
 TEST(Render, KeepsTheLineEndsOfTheFile) {
   EXPECT_EQ(after("[service a]\r\n[invocation b]\r\nc (d) = 1\r\n",
                   {add("a", "c", "2"), set("a", "e", "3")}),
