@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "real_store.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,10 +14,12 @@
 #include "allocations.h"
 #include "journal.h"
 #include "loaded_module.h"
+#include "scripted_device.h"
 
 namespace {
 
 constexpr char kPoolRoot[] = "/tmp/template/pool";
+constexpr char kSpoolRoot[] = "/var/spool/nc/image_store/s2mailbox/";
 
 std::string& root() {
   static std::string directory;
@@ -23,7 +27,7 @@ std::string& root() {
 }
 
 std::string mapped(const std::string& path) {
-  return path.starts_with(kPoolRoot) ? root() + path : path;
+  return path.starts_with(kPoolRoot) || path.starts_with(kSpoolRoot) ? root() + path : path;
 }
 
 // A mapped path whose memory is the test's own.
@@ -49,6 +53,13 @@ Function* real(const char* name) {
 }
 
 #define REAL(name) real<decltype(name)>(#name)
+
+// A function of the C library that one below stands before.
+template <typename Function>
+Function* library_function(const char* name) {
+  const TestMemory own;
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
 
 // One template, opened by the store itself.
 class OpenedFile {
@@ -76,6 +87,14 @@ class OpenedFile {
 // What a test saves need not outlive a power cut.
 extern "C" int fsync(int) { return 0; }
 
+extern "C" DIR* opendir(const char* path) {
+  return library_function<DIR*(const char*)>("opendir")(MappedPath(path).c_str());
+}
+
+extern "C" int stat(const char* path, struct stat* status) {
+  return library_function<int(const char*, struct stat*)>("stat")(MappedPath(path).c_str(), status);
+}
+
 int Open(TemplateObject* tpl, const char* path, int mode) {
   return REAL(Open)(tpl, MappedPath(path).c_str(), mode);
 }
@@ -100,6 +119,8 @@ void ModuleFiles::SetUp() {
   for (const char* directory : {"/web", "/mailbox", "/system", "/factory"}) {
     std::filesystem::create_directories(real_path(kPoolRoot + std::string(directory)));
   }
+  std::filesystem::create_directories(real_path(kSpoolRoot));
+  scripted_device() = {};
   journal().clear();
 }
 

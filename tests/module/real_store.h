@@ -21,8 +21,8 @@ struct StoredAttribute {
   Values values;
 };
 
-// A test with a device tree of its own: "/tmp/template/pool" and what is below it lie in a
-// temporary directory, which goes when the test ends.
+// A test with a device tree of its own: the template pools and the mailbox spool lie in a temporary
+// directory, which goes when the test ends.
 class ModuleFiles : public testing::Test {
  protected:
   void SetUp() override;
