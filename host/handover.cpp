@@ -7,9 +7,9 @@
 namespace platen {
 namespace {
 
-constexpr int64_t kKeptSeconds = 60 * 60;
+constexpr int64_t kKeptSeconds = 3600;
 constexpr int64_t kKept = 100;
-constexpr size_t kLongestText = 256 * 1024;
+constexpr size_t kLongestText = size_t{256} * 1024;
 
 constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS handover ("

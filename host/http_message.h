@@ -13,7 +13,7 @@ namespace platen {
 using Field = std::pair<std::string, std::string>;
 
 // The longest body that is read; of a longer one only this much and one byte.
-inline constexpr size_t kLongestBody = 4 * 1024 * 1024;
+inline constexpr size_t kLongestBody = size_t{4} * 1024 * 1024;
 
 // Headers stand as they were sent, empty when they were not.
 struct Request {

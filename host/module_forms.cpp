@@ -3,7 +3,7 @@
 #include "module_forms.h"
 
 #include <algorithm>
-#include <array>
+#include <utility>
 
 #include "device/log.h"
 #include "module_request.h"
@@ -39,7 +39,7 @@ constexpr std::string_view kNotAll = "Not everything was saved.";
 constexpr std::string_view kNotStored =
     "This could not be done; the file may be gone or protected. Load the page again.";
 
-// Keeps the last error that is logged while it lives.
+// Notes the last error that is logged until it is taken.
 class LastError {
  public:
   LastError() { set_log_observer(&LastError::observe, this); }
@@ -47,7 +47,10 @@ class LastError {
   LastError(const LastError&) = delete;
   LastError& operator=(const LastError&) = delete;
 
-  const std::string& text() const { return text_; }
+  std::string take() {
+    set_log_observer(nullptr, nullptr);
+    return std::move(text_);
+  }
 
  private:
   static void observe(void* context, const LogLine& line) {
@@ -178,10 +181,10 @@ Outcome call_form_handler(const ParserModule& module, std::string_view name,
   std::string login = visit.account().name;
   record.loginName = login.empty() ? nullptr : login.data();
   record.userIsAdmin = visit.role() == Role::administrator ? TRUE : FALSE;
-  const LastError last_error;
+  LastError last_error;
   const int result =
       module.form_handler(std::string(name))(&record, record.entries, record.num_entries);
-  const std::string handlers_error = last_error.text();
+  const std::string handlers_error = last_error.take();
   record.loginName = nullptr;
   const std::vector<std::string> failures = request.take_failures();
   if (result == 0 && failures.empty()) return {};
