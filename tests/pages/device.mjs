@@ -58,13 +58,25 @@ export class Device {
     return page;
   }
 
-  /** A page of the administrator, who chooses a password at the first login. */
-  async administrator(options) {
+  /** A page of a new account, whose password is changed at the first login. */
+  async user(name, secret, options) {
     const page = await this.visit(options);
     await page.goto(this.url('login.html'));
-    await logIn(page, 'admin', this.isUsed ? password : await this.firstPassword());
-    if (!this.isUsed) await choosePassword(page, await this.firstPassword(), password);
-    this.isUsed = true;
+    await logIn(page, name, secret);
+    await choosePassword(page, secret, password);
+    await page.locator('.who', { hasText: name }).waitFor();
+    return page;
+  }
+
+  /** A page of the administrator, who chooses a password at the first login. */
+  async administrator(options) {
+    if (!this.isUsed) {
+      this.isUsed = true;
+      return this.user('admin', await this.firstPassword(), options);
+    }
+    const page = await this.visit(options);
+    await page.goto(this.url('login.html'));
+    await logIn(page, 'admin', password);
     await page.locator('.who', { hasText: 'admin' }).waitFor();
     return page;
   }
@@ -83,7 +95,7 @@ export async function startDevice(t, prepare = () => {}) {
 export async function logIn(page, name, secret) {
   await page.getByLabel('Name').fill(name);
   await page.getByLabel('Password', { exact: true }).fill(secret);
-  await page.getByRole('button', { name: 'Log in' }).click();
+  await follow(page, page.getByRole('button', { name: 'Log in' }));
 }
 
 /** Fills in the password form that `page` shows. */
@@ -91,7 +103,12 @@ export async function choosePassword(page, old, wanted) {
   await page.getByLabel('Present password').fill(old);
   await page.getByLabel('New password', { exact: true }).fill(wanted);
   await page.getByLabel('New password again').fill(wanted);
-  await page.getByRole('button', { name: 'Change the password' }).click();
+  await follow(page, page.getByRole('button', { name: 'Change the password' }));
+}
+
+/** Clicks what leads to another page, and waits until that has run its scripts. */
+export async function follow(page, target) {
+  await Promise.all([page.waitForEvent('load'), target.click()]);
 }
 
 /** The control of a field of the editor. */
@@ -103,9 +120,8 @@ export function field(page, label) {
 export async function save(page) {
   const [response] = await Promise.all([
     page.waitForResponse((answer) => answer.request().method() === 'POST'),
-    page.getByRole('button', { name: 'Save', exact: true }).click(),
+    follow(page, page.getByRole('button', { name: 'Save', exact: true })),
   ]);
-  await page.waitForLoadState();
   return response.status();
 }
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 import { element, readBlock, words } from "./dom.js";
 import { prepareForm } from "./form_page.js";
-import { focusReason } from "./problems.js";
+import { focusReason } from "./marks.js";
 import { postedValue } from "./typed.js";
 
 const change = document.getElementById("change");

@@ -1,7 +1,8 @@
 // The fields that say where a copy goes: a file name, a pool, and whether it may replace a file.
 // SPDX-License-Identifier: MIT
 import { hiddenField, words } from "./dom.js";
-import { directoryOf, fileNameFor, fileNameOf, fileNameProblem, withoutSuffix } from "./pools.js";
+import { fileNameFor, fileNameProblem } from "./file_names.js";
+import { directoryOf, fileNameOf, withoutSuffix } from "./pools.js";
 import { postedValue, typed } from "./typed.js";
 
 // The form field that carries the name, per pool.

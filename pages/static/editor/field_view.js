@@ -5,7 +5,7 @@ import { holdsForeignBytes, lacksValue } from "./checks.js";
 import { controlsOf, isSingle } from "./controls.js";
 import { button, element, hasWords, uniqueId, words } from "./dom.js";
 import { valuesOfType } from "./draft.js";
-import { markControl } from "./problems.js";
+import { markControl } from "./marks.js";
 import { knownValues } from "./vocabulary.js";
 
 /** The name of an attribute or a service as people read it. */

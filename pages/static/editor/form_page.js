@@ -1,8 +1,8 @@
 // What the pages with one plain form have in common: refilled fields, the refused field, the focus.
 // SPDX-License-Identifier: MIT
 import { words } from "./dom.js";
+import { focusReason, markControl } from "./marks.js";
 import { directoryOf, poolAddress } from "./pools.js";
-import { focusReason, markControl } from "./problems.js";
 import { postedValue, typed } from "./typed.js";
 
 const isRefilled = ({ type, name }) =>

@@ -1,7 +1,7 @@
 // The login: the host knows where it leads to.
 // SPDX-License-Identifier: MIT
 import { prepareForm } from "./form_page.js";
-import { focusReason } from "./problems.js";
+import { focusReason } from "./marks.js";
 
 const form = document.getElementById("login-form");
 

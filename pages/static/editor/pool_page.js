@@ -1,13 +1,21 @@
 // The list of a pool's templates: filtered as the user types, scan-driver templates on demand.
 // SPDX-License-Identifier: MIT
 import { element, readBlock, words } from "./dom.js";
-import { pageAddress, pagesFor, poolAddress, poolOf, withoutSuffix } from "./pools.js";
+import { pageAddress, pagesFor, poolAddress, withoutSuffix } from "./pools.js";
 
 const PAGE_WORDS = {
   edit: "action.edit",
   copy: "action.copy",
   rename: "action.rename",
   delete: "action.delete",
+};
+
+const TITLES = {
+  "/tmp/template/pool/web": "pool.web",
+  "/tmp/template/pool/mailbox": "pool.mailbox",
+  "/tmp/template/pool/system": "pool.system",
+  "/tmp/template/pool/factory": "pool.factory",
+  "/tmp/template/pool": "pool.working",
 };
 
 const directory = new URLSearchParams(location.search).get("TemplateDir") ?? "";
@@ -60,10 +68,10 @@ function show() {
   count.textContent = words(rows.length === 0 ? "list.empty" : "list.count", shown, rows.length);
 }
 
-const pool = poolOf(directory);
-document.getElementById("pool").textContent = words(pool.phrase);
+const title = words(TITLES[directory] ?? "pool.other");
+document.getElementById("pool").textContent = title;
 document.getElementById("path").textContent = directory;
-document.title = `${words(pool.phrase)} · Platen`;
+document.title = `${title} · Platen`;
 for (const link of document.querySelectorAll(".pools a")) {
   if (link.getAttribute("href") === poolAddress(directory)) link.ariaCurrent = "page";
 }

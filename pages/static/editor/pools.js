@@ -7,21 +7,18 @@ const ANYBODY = ["user", "administrator"];
 
 // `writers` are the roles that may change a pool's templates; `keepsNames` forbids renaming.
 const POOLS = [
-  { directory: `${ROOT}/web`, phrase: "pool.web", writers: ANYBODY, keepsNames: false },
-  { directory: `${ROOT}/mailbox`, phrase: "pool.mailbox", writers: ANYBODY, keepsNames: false },
-  { directory: `${ROOT}/system`, phrase: "pool.system", writers: ["administrator"], keepsNames: true },
-  { directory: `${ROOT}/factory`, phrase: "pool.factory", writers: [], keepsNames: true },
-  { directory: ROOT, phrase: "pool.working", writers: ANYBODY, keepsNames: true },
+  { directory: `${ROOT}/web`, writers: ANYBODY, keepsNames: false },
+  { directory: `${ROOT}/mailbox`, writers: ANYBODY, keepsNames: false },
+  { directory: `${ROOT}/system`, writers: ["administrator"], keepsNames: true },
+  { directory: `${ROOT}/factory`, writers: [], keepsNames: true },
+  { directory: ROOT, writers: ANYBODY, keepsNames: true },
 ];
 
-const OTHER = { phrase: "pool.other", writers: ANYBODY, keepsNames: true };
+const OTHER = { writers: ANYBODY, keepsNames: true };
 
 const PROTECTED = `${ROOT}/system/default.ktp`;
 
-/** The pool of that directory. */
-export function poolOf(directory) {
-  return POOLS.find((pool) => pool.directory === directory) ?? { directory, ...OTHER };
-}
+const poolOf = (directory) => POOLS.find((pool) => pool.directory === directory) ?? OTHER;
 
 export function directoryOf(path) {
   return path.slice(0, path.lastIndexOf("/"));
@@ -59,23 +56,4 @@ export function pagesFor(path, login) {
   if (!writes) return ["template", "copy"];
   if (path === PROTECTED) return ["template", "edit", "copy"];
   return ["template", "edit", "copy", ...(keepsNames ? [] : ["rename"]), "delete"];
-}
-
-const LONGEST = { CopyParserFilename: 226, CopyParserFilenameMailbox: 221, NewName: 221 };
-
-/** The file name that a user's text stands for: the suffix may be left out. */
-export function fileNameFor(text) {
-  return /\.ktp$/i.test(text) ? text : `${text}.KTP`;
-}
-
-/**
- * Returns why the user's text is no file name for the form field `field`, the id of a phrase, or
- * "".
- */
-export function fileNameProblem(text, field) {
-  if (withoutSuffix(text) === "") return "file.error.missing";
-  if (text.startsWith(".")) return "file.error.dot";
-  if (/[/|\u0000-\u001F\u007F]/.test(text) || text.includes("..")) return "file.error.characters";
-  const bytes = new TextEncoder().encode(fileNameFor(text)).length;
-  return bytes > LONGEST[field] ? "file.error.long" : "";
 }

@@ -1,27 +1,11 @@
-// Tells what is wrong with a form: beside the field, and at the top with the way there.
+// Lists what is wrong with a form at its top, with the way to each field.
 // SPDX-License-Identifier: MIT
 import { element, uniqueId, words } from "./dom.js";
+import { markControl } from "./marks.js";
 
 const summary = () => document.getElementById("problems");
 
-const messageOf = (control) => document.getElementById(`${control.id}-error`);
-
-/** Shows `text` at a control, which gets an id if it has none; "" takes the message away. */
-export function markControl(control, text) {
-  control.id ||= uniqueId();
-  const id = `${control.id}-error`;
-  messageOf(control)?.remove();
-  const others = (control.getAttribute("aria-describedby") ?? "").split(" ");
-  const described = [...others.filter((other) => other && other !== id), ...(text ? [id] : [])];
-  control.setAttribute("aria-describedby", described.join(" "));
-  control.setAttribute("aria-invalid", String(text !== ""));
-  if (text === "") return;
-  const line = control.closest("[data-line]") ?? control;
-  line.after(element("p", { class: "error", id }, text));
-}
-
-/** Takes all messages away. */
-export function clearProblems() {
+function clearProblems() {
   summary()?.replaceChildren();
   for (const control of document.querySelectorAll("[aria-invalid=true]")) markControl(control, "");
 }
@@ -56,10 +40,4 @@ export function showProblems(problems) {
   clearProblems();
   for (const { control, text } of problems) if (control) markControl(control, text);
   listProblems(problems);
-}
-
-/** Moves the focus to the reason that the host gave, if it gave one. */
-export function focusReason() {
-  const reason = document.querySelector(".reason");
-  if (reason && reason.textContent.trim() !== "") reason.focus();
 }

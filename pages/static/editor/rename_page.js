@@ -1,15 +1,9 @@
 // Gives a template's file a new name in its pool.
 // SPDX-License-Identifier: MIT
 import { hiddenField, words } from "./dom.js";
+import { fileNameFor, fileNameProblem } from "./file_names.js";
 import { aboutTemplate, prepareForm, setNextPage } from "./form_page.js";
-import {
-  directoryOf,
-  fileNameFor,
-  fileNameOf,
-  fileNameProblem,
-  poolAddress,
-  withoutSuffix,
-} from "./pools.js";
+import { directoryOf, fileNameOf, poolAddress, withoutSuffix } from "./pools.js";
 import { showProblems } from "./problems.js";
 import { postedValue, templatePath, typed } from "./typed.js";
 

@@ -5,7 +5,7 @@ import { newFieldProblem } from "./checks.js";
 import { button, element, uniqueId, words } from "./dom.js";
 import { attributesOfService } from "./draft.js";
 import { FieldView, labelOf } from "./field_view.js";
-import { markControl } from "./problems.js";
+import { markControl } from "./marks.js";
 import { TYPES, knownAttributes } from "./vocabulary.js";
 
 /** A labelled text input with suggestions, [label, input]. */
