@@ -63,7 +63,7 @@ struct EditReview {
   std::vector<FormField> fields;
   std::vector<EditConflict> conflicts;
   std::string
-      fault;  // why the post cannot be judged (status 400), a sentence naming the run; or ""
+      fault;  // why the post cannot be judged (status 422), a sentence naming the run; or ""
 };
 
 // Judges each update run of a post by what was shown, what is stored and what is wanted:
