@@ -41,6 +41,7 @@ constexpr char kWrite[] =
     "INSERT OR REPLACE INTO setting (key, value, author, writes) VALUES (?1, ?2, ?3,"
     " 1 + coalesce((SELECT writes FROM setting WHERE key = ?1), 0))";
 constexpr char kWrites[] = "SELECT writes FROM setting WHERE key = ?1";
+constexpr char kAll[] = "SELECT key, value FROM setting ORDER BY key";
 constexpr char kHistory[] =
     "SELECT time, key, value, author FROM change ORDER BY number DESC LIMIT ?1";
 
@@ -101,6 +102,21 @@ std::vector<ConfigurationChange> configuration_history(int limit) {
     return CFG_OK;
   });
   return changes;
+}
+
+std::optional<std::vector<ConfigurationSetting>> configuration_settings() {
+  std::vector<ConfigurationSetting> found;
+  const int status = on_database([&](Database& settings) {
+    Statement rows = settings.prepare(kAll);
+    while (rows.step()) found.push_back({rows.text(0), rows.text(1)});
+    return CFG_OK;
+  });
+  if (status != CFG_OK) return std::nullopt;
+  return found;
+}
+
+bool is_secret_setting(std::string_view key) {
+  return key.ends_with(".password") || key.ends_with(".sid");
 }
 
 long configuration_writes(const std::string& key) {

@@ -6,10 +6,18 @@
 #ifndef DEVICE_CONFIGURATION_H_
 #define DEVICE_CONFIGURATION_H_
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace platen {
+
+// One setting as it is.
+struct ConfigurationSetting {
+  std::string key;
+  std::string value;
+};
 
 // One change of a setting.
 struct ConfigurationChange {
@@ -31,6 +39,13 @@ void set_configuration_author(const std::string& login_name);
 // The latest changes, newest first, at most `limit`. The store keeps the last 10,000.
 // Empty also when the configuration is unavailable, which is logged.
 std::vector<ConfigurationChange> configuration_history(int limit);
+
+// All settings, sorted by key, with their values, secret ones included. Nothing when the
+// configuration is unavailable, which is logged.
+std::optional<std::vector<ConfigurationSetting>> configuration_settings();
+
+// Tells whether the value of a key is never to be shown: a password or a session id.
+bool is_secret_setting(std::string_view key);
 
 // How often `key` has been set since the database was made; 0 also when it is unavailable.
 long configuration_writes(const std::string& key);

@@ -114,6 +114,12 @@ void set_log_observer(LogObserver observer, void* context) {
   current_observer = {observer, context};
 }
 
+std::string one_line(std::string_view text) {
+  std::string line;
+  append_escaped(&line, text);
+  return line;
+}
+
 std::string format_log_line(const timespec& now, pid_t process, const LogLine& line) {
   std::string bytes;
   append_time(&bytes, now);

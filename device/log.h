@@ -42,6 +42,9 @@ void set_log_level(int level);
 // Sets the one observer of this thread; null ends the observing. `context` is handed to each call.
 void set_log_observer(LogObserver observer, void* context);
 
+// A text as the log writes it: in one line that can be read back.
+std::string one_line(std::string_view text);
+
 // One entry as bytes of the log, its line end included.
 std::string format_log_line(const timespec& now, pid_t process, const LogLine& line);
 

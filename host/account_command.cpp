@@ -2,16 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "account_command.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <exception>
 #include <optional>
 
 #include "accounts.h"
 #include "audit.h"
+#include "command.h"
 #include "device/database.h"
 #include "sessions.h"
 
@@ -132,11 +130,7 @@ int account_command(const std::vector<std::string>& words, const std::string& da
     std::fprintf(err, "platend account: %s\n%s", fault.c_str(), kUsage);
     return 2;
   }
-  if (access(database_file.c_str(), F_OK) != 0) {
-    std::fprintf(err, "platend account: %s: %s; start platend once, or name its data by --data\n",
-                 database_file.c_str(), std::strerror(errno));
-    return 1;
-  }
+  if (!has_database(database_file, "platend account", err)) return 1;
   try {
     Database database(database_file);
     return run_request(request, database, cost, out, err);

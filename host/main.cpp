@@ -11,6 +11,7 @@
 
 #include "account_command.h"
 #include "accounts.h"
+#include "config_command.h"
 #include "device/configuration.h"
 #include "device/database.h"
 #include "device/log.h"
@@ -195,6 +196,13 @@ int serve(const Options& options) {
   return pages_are_sound(options, stderr) ? open_and_serve(options, module) : kFailed;
 }
 
+int run_command(const Options& options) {
+  const std::vector<std::string> words(options.command.begin() + 1, options.command.end());
+  return options.command.front() == "account"
+             ? account_command(words, database_file(options), stdout, stderr)
+             : config_command(words, database_file(options), stdout, stderr);
+}
+
 int run(const std::vector<std::string>& arguments) {
   Options options;
   std::string error;
@@ -210,10 +218,7 @@ int run(const std::vector<std::string>& arguments) {
     puts("platend " PLATEN_VERSION);
     return 0;
   }
-  if (!options.account.empty()) {
-    return account_command({options.account.begin() + 1, options.account.end()},
-                           database_file(options), stdout, stderr);
-  }
+  if (!options.command.empty()) return run_command(options);
   if (options.check) {
     return pages_are_sound(options, stdout) ? 0 : kFailed;
   }

@@ -10,7 +10,7 @@
 namespace platen {
 namespace {
 
-constexpr std::string_view kAccountCommand = "account";
+constexpr std::string_view kCommands[] = {"account", "config"};
 
 struct Flag {
   bool Options::*field;
@@ -130,8 +130,8 @@ void fill_defaults(Options* options) {
 bool parse_options(const std::vector<std::string>& arguments, Options* options,
                    std::string* error) {
   for (size_t i = 0; i < arguments.size(); ++i) {
-    if (arguments[i] == kAccountCommand) {
-      options->account.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
+    if (std::ranges::find(kCommands, arguments[i]) != std::end(kCommands)) {
+      options->command.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
       break;
     }
     Argument argument = split_argument(arguments[i]);
@@ -186,12 +186,13 @@ std::string help_text() {
   std::string text =
       "platend serves the pages of a networked scanner.\n\n"
       "Usage: platend [OPTION]...\n"
-      "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n\n"
+      "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n"
+      "       platend [OPTION]... config list|get|set [KEY [VALUE]]\n\n"
       "It starts lighttpd as its web server, answers the pages with a few worker processes\n"
       "of its own, and prints the address once it serves. Ctrl-C stops everything. At its first "
       "start it makes the\n"
       "account \"admin\" and prints its password. With \"account\" it manages the accounts of the\n"
-      "same --data or --state and ends.\n\n"
+      "same --data or --state, with \"config\" the device's settings there, and ends.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
     std::string line = "  " + std::string(row.name) + " " + std::string(row.value);
@@ -210,6 +211,7 @@ std::string help_text() {
          "  platend --check --pages pages         check the pages only\n"
          "  platend --data data account reset admin\n"
          "                                        give the administrator a new password\n"
+         "  platend --data data config list       show the device's settings\n"
          "  platend --fastcgi /run/platen.sock    work behind a web server that is already there\n";
 }
 

@@ -12,7 +12,7 @@ struct Options {
   bool help = false;
   bool version = false;
   bool check = false;
-  std::vector<std::string> account;  // the word "account" and those after it; empty: serve
+  std::vector<std::string> command;  // "account" or "config" and the words after it; empty: serve
   std::string address = "127.0.0.1";
   int port = 8080;      // 0: any free one
   std::string fastcgi;  // Unix socket; empty: platend starts its own web server
@@ -29,7 +29,8 @@ struct Options {
 };
 
 // Reads the arguments after the program's name, as "--name value" or "--name=value"; of an option
-// given twice the last one counts. The word "account" ends the options. Defaults are filled in, and with `data` those below it.
+// given twice the last one counts. A command, "account" or "config", ends the options. Defaults are
+// filled in, and with `data` those below it.
 // Returns false and sets `error` to one sentence that names the option when an argument is not
 // understood; `options` is unspecified then.
 bool parse_options(const std::vector<std::string>& arguments, Options* options, std::string* error);

@@ -4,39 +4,15 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "../device/temporary_directory.h"
 #include "accounts.h"
 #include "audit.h"
+#include "capture.h"
 
 namespace platen {
 namespace {
 
 constexpr PasswordCost kCheap{1, 8192};
-
-// What a command prints to one of its streams.
-class Capture {
- public:
-  Capture() : stream_(open_memstream(&text_, &size_)) {}
-  ~Capture() {
-    std::fclose(stream_);
-    std::free(text_);
-  }
-  Capture(const Capture&) = delete;
-  Capture& operator=(const Capture&) = delete;
-
-  std::FILE* stream() { return stream_; }
-  std::string text() {
-    std::fflush(stream_);
-    return {text_, size_};
-  }
-
- private:
-  char* text_ = nullptr;
-  size_t size_ = 0;
-  std::FILE* stream_;
-};
 
 class AccountCommandTest : public testing::Test {
  protected:
