@@ -137,7 +137,7 @@ LoginResult Accounts::authenticate(std::string_view name, std::string_view passw
 
 Visitor Accounts::visitor(std::string_view cookie) {
   const Session session = sessions_.look_up(cookie);
-  if (session.state != SessionState::active) return {session.state, {}};
+  if (session.state != SessionState::active || session.account.empty()) return {session.state, {}};
   const std::optional<Account> account = find(session.account);
   if (!account || account->disabled) return {SessionState::ended, {}};
   return {SessionState::active, *account};

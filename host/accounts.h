@@ -47,7 +47,7 @@ struct LoginResult {
 // Who sent a request: the session of its cookie, and the account as it is now.
 struct Visitor {
   SessionState state = SessionState::anonymous;
-  Account account;  // anonymous and without a name unless the session is active
+  Account account;  // anonymous and without a name unless somebody is logged in
 };
 
 class Accounts {

@@ -61,6 +61,24 @@ std::string file_name_fault(std::string_view name) {
   return "";
 }
 
+// The handlers put these names between the slashes of paths and the marks of addresses.
+std::string entry_fault(std::string_view name) {
+  if (std::string fault = byte_fault(name); !fault.empty()) return fault;
+  if (name.empty()) return "is empty";
+  if (name.find_first_of("/&") != std::string_view::npos) return "holds a slash or \"&\"";
+  if (name.find("..") != std::string_view::npos) return "holds \"..\"";
+  return name.starts_with('.') ? "begins with a dot; such files are hidden" : "";
+}
+
+// The settings keep a folder's PIN in a line of the form key="value" in which nothing is escaped.
+std::string folder_fault(std::string_view name) {
+  if (std::string fault = entry_fault(name); !fault.empty()) return fault;
+  if (name.find_first_of("\"'=\\") != std::string_view::npos) {
+    return "holds a quote, \"=\" or a backslash";
+  }
+  return name == "_PUBLIC" ? "is the name of the public folder; choose another" : "";
+}
+
 std::string word_fault(std::string_view words, std::string_view value) {
   const std::string list = ' ' + std::string(words) + ' ';
   const bool is_one = value.find(' ') == std::string_view::npos && !value.empty();
@@ -88,6 +106,12 @@ std::string value_fault(const FieldRule& rule, std::string_view value) {
       return path_fault(value, true);
     case Kind::file_name:
       return file_name_fault(value);
+    case Kind::entry:
+      return entry_fault(value);
+    case Kind::optional_entry:
+      return value.empty() ? "" : entry_fault(value);
+    case Kind::folder:
+      return folder_fault(value);
   }
   return "";
 }

@@ -14,12 +14,15 @@ namespace platen {
 // What a value must be. A path that is not in its shortest form is refused, never rewritten, as the
 // module and the store compare and cut paths by their bytes.
 enum class Kind {
-  text,           // any bytes but NUL
-  word,           // one of the rule's words
-  secret,         // a password: no control character; never shown again, logged or audited
-  template_path,  // of a template file below a pool
-  directory,      // a pool or a directory below one
-  file_name,      // of a template file, without a directory
+  text,            // any bytes but NUL
+  word,            // one of the rule's words
+  secret,          // a password: no control character; never shown again, logged or audited
+  template_path,   // of a template file below a pool
+  directory,       // a pool or a directory below one
+  file_name,       // of a template file, without a directory
+  entry,           // the name of a mailbox folder, or of a file of a job
+  optional_entry,  // the same or nothing
+  folder,          // a folder's name that the settings can hold
 };
 
 struct FieldRule {

@@ -63,6 +63,8 @@ $HTTP["url"] =~ "^/static/" {
     "disable-time" => 0,
     "connect-timeout" => 10,
     "write-timeout" => 60,
+    "x-sendfile" => "enable",
+    "x-sendfile-docroot" => ( "/var/spool/nc/image_store/s2mailbox" ),
 )";
 
 // The workers give up a request first, and its user then gets the page for that.

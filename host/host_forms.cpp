@@ -22,11 +22,6 @@ std::string value(const Post& post, std::string_view name) {
   return field_value(post.fields, name);
 }
 
-std::string duration_text(int64_t seconds) {
-  if (seconds < 120) return std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
-  return std::to_string((seconds + 59) / 60) + " minutes";
-}
-
 // Where a login leads: the form says so, or the address of the page that it came from.
 std::string page_after_login(const Post& post) {
   std::vector<Field> query;
@@ -38,13 +33,6 @@ std::string page_after_login(const Post& post) {
     if (field != query.end()) asked = field->second;
   }
   return next_page(post, is_local_path(asked) ? asked : kStartPage);
-}
-
-Outcome wait(int64_t seconds) {
-  Outcome outcome = refusal(
-      429, "There were too many failed tries. Try again in " + duration_text(seconds) + ".");
-  outcome.headers.emplace_back("Retry-After", std::to_string(seconds));
-  return outcome;
 }
 
 // What was typed in an earlier session moves on to the new one, and is shown by the page that it
@@ -64,7 +52,7 @@ Outcome log_in(const Post& post, const HostFormContext& context) {
       value(post, "name"), value(post, "password"), context.visit.address());
   switch (login.outcome) {
     case LoginResult::Outcome::wait:
-      return wait(login.wait_seconds);
+      return too_many_tries(login.wait_seconds);
     case LoginResult::Outcome::wrong:
       return refusal(403, "The name or the password is not right. Type both again.", "password");
     case LoginResult::Outcome::disabled:
@@ -76,6 +64,7 @@ Outcome log_in(const Post& post, const HostFormContext& context) {
 }
 
 Outcome log_out(const Post& post, const HostFormContext& context) {
+  context.mailbox.close_folders(context.visit);
   context.visit.log_out();
   return success("You are logged out.", next_page(post, kStartPage));
 }

@@ -3,6 +3,7 @@
 #ifndef HOST_HOST_FORMS_H_
 #define HOST_HOST_FORMS_H_
 
+#include "mailbox.h"
 #include "parser_module.h"
 #include "post.h"
 #include "visit.h"
@@ -13,6 +14,7 @@ namespace platen {
 struct HostFormContext {
   const ParserModule& module;
   Accounts& accounts;
+  Mailbox& mailbox;
   Visit& visit;
 };
 

@@ -95,12 +95,12 @@ void PageViews::keep(const std::string& address, const std::string& posted, Visi
 }
 
 Response PageViews::view(Request request, const Refused* refused, Visit* visit) {
+  if (auto refusal = mailbox_.refuse_page(request, *visit)) return *std::move(refusal);
   request.language = visit->language();
-  const std::string address = page_address(request.path, request.query);
   bool told = false;
   Response response = site_.serve(request, [&](const PageTag& tag) {
     told = told || tag.kind == TagKind::reason;
-    return value_of(tag, address, refused, visit);
+    return value_of(tag, request, refused, visit);
   });
   if (refused == nullptr) return response;
   if (!told) return error_response(refused->status, refused->reason, kAsk);
@@ -108,12 +108,13 @@ Response PageViews::view(Request request, const Refused* refused, Visit* visit) 
   return response;
 }
 
-Json PageViews::value_of(const PageTag& tag, const std::string& address, const Refused* refused,
+Json PageViews::value_of(const PageTag& tag, const Request& request, const Refused* refused,
                          Visit* visit) const {
+  const std::string address = page_address(request.path, request.query);
   switch (tag.kind) {
     case TagKind::reason:
       if (refused != nullptr) return valid_utf8(refused->reason);
-      return address.starts_with(kLoginPage) && visit->has_ended() ? Json(kEnded) : Json();
+      return request.path == kLoginPage && visit->has_ended() ? Json(kEnded) : Json();
     case TagKind::token:
       return visit->token(address);
     case TagKind::login:
@@ -125,6 +126,12 @@ Json PageViews::value_of(const PageTag& tag, const std::string& address, const R
       return text_or_null(visit->take(kNotice), tag.format);
     case TagKind::accounts:
       return accounts(*visit);
+    case TagKind::jobs:
+      return mailbox_.jobs(request.query, *visit);
+    case TagKind::mailbox:
+      return mailbox_.settings(*visit);
+    case TagKind::session:
+      return mailbox_.session(*visit);
     default:
       return nullptr;
   }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "http_message.h"
+#include "mailbox.h"
 #include "output_format.h"
 #include "site.h"
 #include "visit.h"
@@ -24,8 +25,9 @@ Response redirection(const std::string& address);
 
 class PageViews {
  public:
-  // Requires both to outlive the object.
-  PageViews(Site& site, Visitors& visitors) : site_(site), visitors_(visitors) {}
+  // Requires all three to outlive the object.
+  PageViews(Site& site, Visitors& visitors, const Mailbox& mailbox)
+      : site_(site), visitors_(visitors), mailbox_(mailbox) {}
 
   // Answers a request for a page. Who may not see it is sent to the login, or told so.
   Response show(const Request& request, Visit* visit);
@@ -45,12 +47,13 @@ class PageViews {
 
  private:
   Response view(Request request, const Refused* refused, Visit* visit);
-  Json value_of(const PageTag& tag, const std::string& address, const Refused* refused,
+  Json value_of(const PageTag& tag, const Request& request, const Refused* refused,
                 Visit* visit) const;
   Json accounts(const Visit& visit) const;
 
   Site& site_;
   Visitors& visitors_;
+  const Mailbox& mailbox_;
 };
 
 }  // namespace platen

@@ -13,8 +13,11 @@ constexpr size_t kPathLimit = 254;
 constexpr size_t kNameLimit = 255;
 constexpr size_t kAddressLimit = 2048;
 constexpr size_t kSecretLimit = 128;
-constexpr size_t kValueLimit = 256 * 1024;
-constexpr size_t kTokenLimit = 16 * 1024;
+constexpr size_t kKibibyte = 1024;
+constexpr size_t kValueLimit = 256 * kKibibyte;
+constexpr size_t kJobLimit = 63;
+constexpr size_t kSidLimit = 1063;
+constexpr size_t kTokenLimit = 16 * kKibibyte;
 
 // The query fields of pages. Each may be given once: of repeated fields some functions take the
 // first and others the last.
@@ -26,6 +29,11 @@ constexpr FieldRule kPageFields[] = {
     {"AttributeName", Kind::text, kNameLimit},
     {"AttributeType", Kind::text, kNameLimit},
     {"NextPage", Kind::text, kAddressLimit},
+    {"name", Kind::entry, kFolderLimit},
+    {"subf", Kind::optional_entry, kJobLimit},
+    {"file", Kind::entry, kNameLimit},
+    {"action", Kind::word, 3, "opn dnl del"},
+    {"msg", Kind::word, 6, "tryagn"},
 };
 
 struct PageRule {
@@ -35,9 +43,13 @@ struct PageRule {
 
 // Pages that are not for everybody: those with a form that needs a login would be of no use.
 constexpr PageRule kPages[] = {
-    {"/edit.html", Role::user},     {"/copy.html", Role::user},
-    {"/rename.html", Role::user},   {"/delete.html", Role::user},
-    {"/password.html", Role::user}, {"/accounts.html", Role::administrator},
+    {"/edit.html", Role::user},
+    {"/copy.html", Role::user},
+    {"/rename.html", Role::user},
+    {"/delete.html", Role::user},
+    {"/password.html", Role::user},
+    {"/accounts.html", Role::administrator},
+    {"/mailbox/settings.php", Role::administrator},
 };
 
 // The fields that every form may have. The page that a form came from is signed into its token; a
@@ -85,6 +97,46 @@ constexpr FieldRule kAccountFields[] = {
 };
 constexpr FieldRule kLanguageFields[] = {{"language", Kind::text, 35}};
 
+// The handlers take the session id and the next page from fields of these names: the host drops what
+// was posted and adds its own.
+constexpr FieldRule kFolderPinFields[] = {
+    {"name", Kind::entry, kFolderLimit},
+    {"pass", Kind::secret, kSecretLimit},
+    {"sid", Kind::secret, kSidLimit},
+};
+constexpr FieldRule kJobPasswordFields[] = {
+    {"name", Kind::entry, kFolderLimit},      {"subf", Kind::optional_entry, kJobLimit},
+    {"file", Kind::entry, kNameLimit},        {"pass", Kind::secret, kSecretLimit},
+    {"action", Kind::word, 3, "opn dnl del"}, {"sid", Kind::secret, kSidLimit},
+};
+constexpr FieldRule kSetPinFields[] = {
+    {"saUser", Kind::folder, kFolderLimit},
+    {"saPasswd", Kind::secret, kSecretLimit},
+    {"repeat", Kind::secret, kSecretLimit},
+};
+constexpr FieldRule kChangePinFields[] = {
+    {"unsafeUser", Kind::folder, kFolderLimit},
+    {"unsafePasswd", Kind::secret, kSecretLimit},
+    {"repeat", Kind::secret, kSecretLimit},
+};
+constexpr FieldRule kJobFields[] = {
+    {"name", Kind::entry, kFolderLimit},
+    {"subf", Kind::optional_entry, kJobLimit},
+    {"file", Kind::entry, kNameLimit},
+    {"action", Kind::word, 3, "dnl del"},
+};
+constexpr FieldRule kFolderFields[] = {
+    {"what", Kind::word, 6, "create rename delete"},
+    {"name", Kind::entry, kFolderLimit},
+    {"newName", Kind::folder, kFolderLimit},
+    {"jobs", Kind::word, 6, "delete"},
+};
+constexpr FieldRule kMailboxFields[] = {
+    {"promptOnPrivateScan", Kind::word, 5, "TRUE FALSE"},
+    {"publicPasswordEnabled", Kind::word, 5, "TRUE FALSE"},
+    {"scanToPublic", Kind::word, 5, "TRUE FALSE"},
+};
+
 // The edit takes its source from the first of the two fields that is there, the copy that it calls
 // from the later one: with both, another template would be copied than the one that was judged.
 constexpr Choice kSource = {"ParserFilename", "DefaultParserFilename"};
@@ -98,6 +150,14 @@ constexpr Choice kLoginChoices[] = {{"name"}, {"password"}};
 constexpr Choice kPasswordChoices[] = {{"old"}, {"new"}, {"repeat"}};
 constexpr Choice kAccountChoices[] = {{"what"}, {"name"}};
 constexpr Choice kLanguageChoices[] = {{"language"}};
+constexpr Choice kFolderPinChoices[] = {{"name"}, {"pass"}};
+constexpr Choice kJobPasswordChoices[] = {{"name"}, {"file"}, {"pass"}, {"action"}};
+constexpr Choice kSetPinChoices[] = {{"saUser"}, {"saPasswd"}, {"repeat"}};
+constexpr Choice kChangePinChoices[] = {{"unsafeUser"}, {"unsafePasswd"}, {"repeat"}};
+constexpr Choice kJobChoices[] = {{"name"}, {"file"}, {"action"}};
+constexpr Choice kFolderChoices[] = {{"what"}, {"name"}};
+constexpr Choice kMailboxChoices[] = {
+    {"promptOnPrivateScan"}, {"publicPasswordEnabled"}, {"scanToPublic"}};
 
 constexpr FormRule kForms[] = {
     {"/form/HTTP_Parser_Set_fn", Role::user, Act::edits, kEditFields, kEditRun, kEditChoices},
@@ -109,6 +169,33 @@ constexpr FormRule kForms[] = {
     {"/do/password", Role::user, Act::none, kPasswordFields, {}, kPasswordChoices},
     {"/do/account", Role::administrator, Act::none, kAccountFields, {}, kAccountChoices},
     {"/do/language", Role::anonymous, Act::none, kLanguageFields, {}, kLanguageChoices},
+    {"/form/HTTP_Parser_Verify_Mbox_Password_fn",
+     Role::anonymous,
+     Act::none,
+     kFolderPinFields,
+     {},
+     kFolderPinChoices},
+    {"/form/HTTP_Parser_Verify_Job_Password_fn",
+     Role::anonymous,
+     Act::none,
+     kJobPasswordFields,
+     {},
+     kJobPasswordChoices},
+    {"/form/HTTP_Parser_Mbox_Set_Pass_SA_fn",
+     Role::administrator,
+     Act::none,
+     kSetPinFields,
+     {},
+     kSetPinChoices},
+    {"/form/HTTP_Parser_Mbox_Set_Pass_Usr_fn",
+     Role::anonymous,
+     Act::none,
+     kChangePinFields,
+     {},
+     kChangePinChoices},
+    {"/do/job", Role::anonymous, Act::none, kJobFields, {}, kJobChoices},
+    {"/do/folder", Role::administrator, Act::none, kFolderFields, {}, kFolderChoices},
+    {"/do/mailbox-settings", Role::administrator, Act::none, kMailboxFields, {}, kMailboxChoices},
 };
 
 // The new jobs of everybody start from it. The handlers compare the path they are given with its

@@ -24,6 +24,10 @@ namespace platen {
 inline constexpr std::string_view kWebPool = "/tmp/template/pool/web";
 inline constexpr std::string_view kMailboxPool = "/tmp/template/pool/mailbox";
 
+// The longest name of a mailbox folder: the module takes a longer one for a public folder, and
+// finds no password for its jobs.
+inline constexpr size_t kFolderLimit = 62;
+
 // Returns why a page may not get these query fields, as a sentence that names the field and says
 // what to do; "" when it may.
 std::string refuse_page_fields(const std::vector<Field>& fields);

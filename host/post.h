@@ -37,6 +37,8 @@ struct Outcome {
   std::string next_page;           // of a form that is done; empty: where it says, else its page
   Json conflicts = Json::array();  // edits that would overwrite what somebody else stored
   std::vector<Field> headers;      // for the answer
+  std::string wrong;  // of a form that is done: what was wrong all the same, for the audit
+  std::string file;   // of a form that is done: the path of a file to send instead
 
   bool done() const { return status == 303; }
 };
@@ -55,6 +57,9 @@ inline Outcome refusal(int status, std::string text, std::string field = "") {
   outcome.field = std::move(field);
   return outcome;
 }
+
+// Status 429, with the seconds until the next try is heard.
+Outcome too_many_tries(int64_t seconds);
 
 }  // namespace platen
 

@@ -2,27 +2,24 @@
 // SPDX-License-Identifier: MIT
 #include "posts.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <utility>
 
 #include "error_page.h"
+#include "file_response.h"
 #include "host_forms.h"
+#include "mailbox_forms.h"
 #include "module_forms.h"
 #include "next_page.h"
 #include "origin.h"
 #include "post.h"
+#include "state_lock.h"
 
 namespace platen {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr FormLimits kLimits = {.bytes = kLongestBody, .fields = 4000, .name_bytes = 255};
 constexpr std::string_view kHostForms = "/do/";
@@ -30,33 +27,17 @@ constexpr std::string_view kAdvice = "Go back to the page of the form.";
 
 using Objection = std::optional<Outcome>;
 
-// Lets one process at a time give names to templates: locks the directory of the database, as the
-// store locks those of the templates itself. Without the lock the names are only less safe.
-class NameLock {
- public:
-  explicit NameLock(const std::string& database_file)
-      : directory_(::open(fs::path(database_file).parent_path().c_str(),
-                          O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    ::flock(directory_, LOCK_EX);
-  }
-  ~NameLock() { ::close(directory_); }
-  NameLock(const NameLock&) = delete;
-  NameLock& operator=(const NameLock&) = delete;
-
- private:
-  int directory_;
-};
-
 }  // namespace
 
 // One post on its way.
 class PostRun {
  public:
   PostRun(const FormRule& form, const Request& request, const ParserModule& module,
-          Visitors& visitors, Visit* visit)
+          Visitors& visitors, Mailbox& mailbox, Visit* visit)
       : request_(request),
         module_(module),
         visitors_(visitors),
+        mailbox_(mailbox),
         visit_(*visit),
         post_{form, {}, ""} {}
 
@@ -77,8 +58,11 @@ class PostRun {
     for (const auto check : kChecks) {
       if (Objection refused = (this->*check)()) return *refused;
     }
+    if (auto outcome = run_mailbox_form(post_, {module_, mailbox_, visitors_, visit_})) {
+      return *outcome;
+    }
     if (post_.form.path.starts_with(kHostForms)) {
-      return run_host_form(post_, {module_, visitors_.accounts, visit_});
+      return run_host_form(post_, {module_, visitors_.accounts, mailbox_, visit_});
     }
     return run_module_form(module_, post_, visit_);
   }
@@ -179,11 +163,12 @@ class PostRun {
   const Request& request_;
   const ParserModule& module_;
   Visitors& visitors_;
+  Mailbox& mailbox_;
   Visit& visit_;
   Post post_;
   bool needs_login_ = false;
   bool needs_password_ = false;
-  std::optional<NameLock> name_lock_;
+  std::optional<StateLock> name_lock_;
 };
 
 namespace {
@@ -192,21 +177,36 @@ std::string action_of(const FormRule& form) {
   return std::string(form.path.substr(form.path.rfind('/') + 1));
 }
 
-// What an entry of the audit trail is about: a template, or the account that is managed.
+bool names_folder(const FormRule& form) {
+  return std::ranges::any_of(form.fields, [](const FieldRule& rule) {
+    return rule.name == "name" && rule.kind == Kind::entry;
+  });
+}
+
+// What an entry of the audit trail is about: a template, a folder, or the account that is managed.
 std::string object_of(const Post& post) {
-  const std::string source = source_path(post.fields);
-  const bool manages = post.form.role == Role::administrator;
-  return source.empty() && manages ? field_value(post.fields, "name") : source;
+  if (post.form.role == Role::administrator || names_folder(post.form)) {
+    for (const char* field : {"name", "saUser"}) {
+      if (std::string name = field_value(post.fields, field); !name.empty()) return name;
+    }
+  }
+  const std::string folder = field_value(post.fields, "unsafeUser");
+  return folder.empty() ? source_path(post.fields) : folder;
+}
+
+std::string result_of(const Outcome& outcome) {
+  if (!outcome.done()) return "refused: " + outcome.text;
+  return outcome.wrong.empty() ? "done" : "refused: " + outcome.wrong;
 }
 
 }  // namespace
 
 Response Posts::answer(const FormRule& form, const Request& request, Visit* visit) {
   const std::string sender = visit->account().name;
-  PostRun run(form, request, module_, visitors_, visit);
+  PostRun run(form, request, module_, visitors_, mailbox_, visit);
   const Outcome outcome = run.run();
   visit->record(sender.empty() ? visit->account().name : sender, action_of(form),
-                object_of(run.post()), outcome.done() ? "done" : "refused: " + outcome.text);
+                object_of(run.post()), result_of(outcome));
   Response response = respond(run, outcome, visit);
   response.headers.insert(response.headers.end(), outcome.headers.begin(), outcome.headers.end());
   return response;
@@ -217,6 +217,7 @@ Response Posts::respond(const PostRun& run, const Outcome& outcome, Visit* visit
   if (outcome.done() || run.needs_password()) {
     if (!outcome.text.empty()) visit->leave("notice", outcome.text);
     if (run.needs_password()) return redirection("/password.html");
+    if (!outcome.file.empty()) return file_response(outcome.file);
     return redirection(outcome.next_page.empty() ? next_page(run.post(), page) : outcome.next_page);
   }
   if (page.empty()) return error_response(outcome.status, outcome.text, kAdvice);

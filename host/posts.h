@@ -4,6 +4,7 @@
 #define HOST_POSTS_H_
 
 #include "http_message.h"
+#include "mailbox.h"
 #include "page_views.h"
 #include "parser_module.h"
 #include "policy.h"
@@ -16,9 +17,9 @@ struct Outcome;
 
 class Posts {
  public:
-  // Requires all three to outlive the object.
-  Posts(const ParserModule& module, Visitors& visitors, PageViews& views)
-      : module_(module), visitors_(visitors), views_(views) {}
+  // Requires all four to outlive the object.
+  Posts(const ParserModule& module, Visitors& visitors, Mailbox& mailbox, PageViews& views)
+      : module_(module), visitors_(visitors), mailbox_(mailbox), views_(views) {}
 
   // Answers a post of the form. Whatever its end, it leaves one entry in the audit trail: a form
   // that was carried out sends the browser on, one that was not shows its page again with the
@@ -30,6 +31,7 @@ class Posts {
 
   const ParserModule& module_;
   Visitors& visitors_;
+  Mailbox& mailbox_;
   PageViews& views_;
 };
 

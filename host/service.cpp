@@ -5,7 +5,9 @@
 #include <exception>
 #include <utility>
 
+#include "device/configuration.h"
 #include "error_page.h"
+#include "mailbox_upkeep.h"
 #include "platform/log.h"
 #include "policy.h"
 
@@ -34,7 +36,10 @@ bool is_form_path(std::string_view path) {
 }  // namespace
 
 Service::Desk::Desk(const std::string& database_file, const ParserModule& module, Site& site)
-    : visitors(database_file), views(site, visitors), posts(module, visitors, views) {}
+    : visitors(database_file),
+      mailbox(module, visitors),
+      views(site, visitors, mailbox),
+      posts(module, visitors, mailbox, views) {}
 
 Service::Service(const std::string& pages, const ParserModule& module, std::string database_file)
     : module_(module), site_(pages, &module), database_file_(std::move(database_file)) {}
@@ -42,6 +47,7 @@ Service::Service(const std::string& pages, const ParserModule& module, std::stri
 Response Service::serve(const Request& request) {
   try {
     Visit visit(desk().visitors, request);
+    set_configuration_author(visit.account().name);
     Response response = answer(request, &visit);
     visit.add_cookies(&response);
     return response;
@@ -71,7 +77,10 @@ Response Service::answer(const Request& request, Visit* visit) {
 }
 
 Service::Desk& Service::desk() {
-  if (!desk_) desk_.emplace(database_file_, module_, site_);
+  if (!desk_) {
+    desk_.emplace(database_file_, module_, site_);
+    resume_upkeep(module_, database_file_);
+  }
   return *desk_;
 }
 

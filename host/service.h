@@ -7,6 +7,7 @@
 #include <string>
 
 #include "http_message.h"
+#include "mailbox.h"
 #include "page_views.h"
 #include "posts.h"
 #include "site.h"
@@ -29,6 +30,7 @@ class Service {
     Desk(const std::string& database_file, const ParserModule& module, Site& site);
 
     Visitors visitors;
+    Mailbox mailbox;
     PageViews views;
     Posts posts;
   };

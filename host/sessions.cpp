@@ -49,14 +49,18 @@ bool Sessions::is_over(int64_t started, int64_t seen) const {
 }
 
 std::string Sessions::start(std::string_view account) {
-  const int64_t now = clock_();
   std::string cookie = new_cookie();
+  start(account, cookie);
+  return cookie;
+}
+
+void Sessions::start(std::string_view account, std::string_view cookie) {
+  const int64_t now = clock_();
   Transaction transaction(database_);
   database_.run("DELETE FROM session WHERE abs(?1 - seen) > ?2", now, times_.total + kToldAfterEnd);
   database_.run("INSERT INTO session (key, account, started, seen) VALUES (?1, ?2, ?3, ?3)",
                 key_of(cookie), account, now);
   transaction.commit();
-  return cookie;
 }
 
 Session Sessions::look_up(std::string_view cookie) {

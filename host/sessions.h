@@ -32,7 +32,7 @@ enum class SessionState {
 
 struct Session {
   SessionState state = SessionState::anonymous;
-  std::string account;  // empty unless active
+  std::string account;  // empty unless active, and then when nobody is logged in
 };
 
 struct TokenCheck {
@@ -47,8 +47,12 @@ class Sessions {
   // Requires `database` to outlive the object.
   explicit Sessions(Database& database, SessionTimes times = {}, Clock clock = system_time);
 
-  // Begins a session for an account whose password was right. Returns its new cookie; the caller
-  // ends the session of the cookie before it, if there was one.
+  // Begins a session for an account whose password was right, or for nobody (""), with a cookie of
+  // its own, as made by new_cookie(); the caller ends the session of the cookie before it, if there
+  // was one.
+  void start(std::string_view account, std::string_view cookie);
+
+  // The same with a new cookie, which is returned.
   std::string start(std::string_view account);
 
   // The session of a cookie as the browser sent it, and one more request for its idle time.

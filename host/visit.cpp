@@ -35,7 +35,9 @@ Visitors::Visitors(const std::string& database_file)
       sessions(database),
       accounts(database, sessions),
       audit(database),
-      handover(database) {}
+      handover(database),
+      grants(database),
+      throttle(database) {}
 
 Visit::Visit(Visitors& visitors, const Request& request)
     : visitors_(visitors),
@@ -67,6 +69,12 @@ void Visit::log_in(const std::string& account) {
 void Visit::log_out() {
   visitors_.sessions.end(cookie_);
   replace_cookie(new_cookie());
+}
+
+void Visit::open_session(const std::string& cookie) {
+  if (has_session()) return;
+  visitors_.sessions.start("", cookie);
+  replace_cookie(cookie);
 }
 
 void Visit::need_cookie() {

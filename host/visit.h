@@ -11,7 +11,9 @@
 #include "device/database.h"
 #include "handover.h"
 #include "http_message.h"
+#include "mailbox_grants.h"
 #include "sessions.h"
+#include "throttle.h"
 
 namespace platen {
 
@@ -25,6 +27,8 @@ struct Visitors {
   Accounts accounts;
   Audit audit;
   Handover handover;
+  MailboxGrants grants;
+  Throttle throttle;  // of PINs and job passwords
 };
 
 class Visit {
@@ -35,6 +39,7 @@ class Visit {
   const Account& account() const { return visitor_.account; }
   Role role() const { return visitor_.account.role; }
   bool must_change() const { return visitor_.account.must_change; }
+  bool has_session() const { return visitor_.state == SessionState::active; }
   bool has_ended() const { return visitor_.state == SessionState::ended; }
 
   // The code of an installed language: the one that was chosen, else the browser's.
@@ -55,6 +60,13 @@ class Visit {
   // Begins and ends the session. Either gives the browser a new cookie.
   void log_in(const std::string& account);
   void log_out();
+
+  // The cookie of the session, or of the one that open_session() will begin where there is none.
+  std::string session_cookie() const { return has_session() ? cookie_ : new_cookie(); }
+
+  // Begins a session in which nobody is logged in, unless there is one, and gives the browser its
+  // cookie, which session_cookie() made.
+  void open_session(const std::string& cookie);
 
   // Adds an entry to the audit trail, with the visitor's address; a failure is logged and changes
   // nothing.

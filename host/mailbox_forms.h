@@ -1,0 +1,28 @@
+// The forms of the mailbox: PINs and job passwords, jobs, folders and settings.
+// SPDX-License-Identifier: MIT
+#ifndef HOST_MAILBOX_FORMS_H_
+#define HOST_MAILBOX_FORMS_H_
+
+#include <optional>
+
+#include "mailbox.h"
+#include "parser_module.h"
+#include "post.h"
+#include "visit.h"
+
+namespace platen {
+
+// What the mailbox's forms work on.
+struct MailboxFormContext {
+  const ParserModule& module;
+  Mailbox& mailbox;
+  Visitors& visitors;
+  Visit& visit;
+};
+
+// Carries out a form that policy has let through; nothing when it is none of the mailbox's.
+std::optional<Outcome> run_mailbox_form(const Post& post, const MailboxFormContext& context);
+
+}  // namespace platen
+
+#endif  // HOST_MAILBOX_FORMS_H_
