@@ -39,6 +39,15 @@ TEST(Options, TakeValuesInBothForms) {
 
 TEST(Options, TakeTheLastOfSeveral) { EXPECT_EQ(parsed({"--port=1", "--port=2"}).port, 2); }
 
+TEST(Options, EndBeforeACommand) {
+  for (const char* command : {"account", "config"}) {
+    const Options options = parsed({"--data", "d", command, "set", "--port", ""});
+    EXPECT_EQ(options.command, (std::vector<std::string>{command, "set", "--port", ""}));
+    EXPECT_EQ(options.state, "d/state");
+  }
+  EXPECT_TRUE(parsed({"--data", "config"}).command.empty());
+}
+
 TEST(Options, PutSettingsAndStateBelowTheDataDirectory) {
   EXPECT_EQ(parsed({"--data", "d"}).settings, "d/etc");
   EXPECT_EQ(parsed({"--data", "d"}).state, "d/state");

@@ -17,17 +17,17 @@ using MailboxPaths = ModuleCalls;
 using MailboxValues = ModuleCalls;
 using MailboxUpdates = ModuleCalls;
 
-// A buffer of a caller, with bytes behind it that are none of the module's.
+// A terminated buffer of a caller, with bytes behind it that are none of the module's.
 struct Buffer {
-  explicit Buffer(char filling) { std::memset(bytes, filling, sizeof(bytes)); }
+  explicit Buffer(char filling) { std::memset(bytes, filling, kSize); }
 
   // Tells whether all bytes from `first` on hold `byte`.
   bool holds(std::size_t first, char byte) const {
-    return std::string(bytes + first, sizeof(bytes) - first) ==
-           std::string(sizeof(bytes) - first, byte);
+    return std::string(bytes + first, kSize - first) == std::string(kSize - first, byte);
   }
 
-  char bytes[300];
+  static constexpr std::size_t kSize = 300;
+  char bytes[kSize + 1] = "";
 };
 
 TEST_F(MailboxKeys, OfSettingsArePrefixedAndTraced) {
