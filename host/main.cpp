@@ -17,6 +17,7 @@
 #include "device/log.h"
 #include "device/paths.h"
 #include "device/phrases.h"
+#include "first_settings.h"
 #include "front.h"
 #include "listener.h"
 #include "options.h"
@@ -80,10 +81,12 @@ bool open_device(const Options& options, std::string* error) {
              "; choose another with --state";
     return false;
   }
+  const bool is_new = !fs::exists(database_file(options));
   return load_phrases(options.settings + "/phrases", error) &&
          load_paths(options.settings + "/paths.txt", fs::path(options.settings).parent_path(),
                     error) &&
-         open_configuration(database_file(options), error);
+         open_configuration(database_file(options), error) &&
+         (!is_new || store_first_settings(options.settings + "/settings.txt", error));
 }
 
 // What is printed once platend serves. The password of the first account is made here and not
