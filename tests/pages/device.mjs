@@ -142,5 +142,9 @@ export async function checkLooks(page, what) {
   assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), width, what);
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => globalThis.axe.run());
-  assert.deepEqual(violations.map(({ id, nodes }) => [id, nodes[0].html]), [], what);
+  assert.deepEqual(
+    violations.map(({ id, nodes }) => [id, nodes[0].html]),
+    [],
+    what,
+  );
 }

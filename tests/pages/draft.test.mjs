@@ -2,7 +2,13 @@
 // SPDX-License-Identifier: MIT
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { Kind, isSendable, kindOf, removalReason } from '../../pages/static/editor/attributes.js';
+import {
+  Kind,
+  canRemove,
+  isSendable,
+  kindOf,
+  removalReason,
+} from '../../pages/static/editor/attributes.js';
 import {
   draftProblems,
   fieldProblems,
@@ -10,7 +16,12 @@ import {
   lacksValue,
   newFieldProblem,
 } from '../../pages/static/editor/checks.js';
-import { Draft, attributesOfService, splitRuns, valuesOfType } from '../../pages/static/editor/draft.js';
+import {
+  Draft,
+  attributesOfService,
+  splitRuns,
+  valuesOfType,
+} from '../../pages/static/editor/draft.js';
 
 const attribute = (name, type, values, compulsory = false) => ({ name, type, compulsory, values });
 
@@ -104,6 +115,14 @@ test('each attribute gets the control that its type and values allow', () => {
   });
 });
 
+test('an attribute can be removed unless it is required, stamped or out of reach', () => {
+  const draft = new Draft(sample());
+  const kept = draft.fields.filter((field) => !canRemove(field)).map(({ name }) => name);
+  assert.deepEqual(kept, ['JobTemplateName', 'KLVDefinitionUsed']);
+  const odd = { service: 's', invocation: 'i', name: 'NULL', type: 'string', values: ['v'] };
+  assert.equal(canRemove(odd), false);
+});
+
 test('a name that would not arrive as it is makes an attribute fixed', () => {
   for (const name of ['', 'NULL', 'a\nb', 'a\rb', 'a\uFFFDb', 'ü'.repeat(128)]) {
     assert.equal(isSendable(name), false, JSON.stringify(name));
@@ -139,21 +158,37 @@ const EDITS = [
   ['first text', general, 'Nothing', ['x'], { AttributeValue: 'x', was: '' }],
   ['lines', general, 'Body', ['one\ntwo\n'], { AttributeValue: 'one\ntwo\n', was: 'one\r\ntwo' }],
   ['toggle', general, 'Silent', ['TRUE'], { AttributeValue: 'TRUE', AttributeType: 'boolean' }],
-  ['phones', fax, 'PhoneNumber', ['', '1,2', '', '3'], { AttributeValue: '1,2;3', was: '555,1;556' }],
+  [
+    'phones',
+    fax,
+    'PhoneNumber',
+    ['', '1,2', '', '3'],
+    { AttributeValue: '1,2;3', was: '555,1;556' },
+  ],
   ['no phones', fax, 'PhoneNumber', [''], { AttributeValue: undefined, Action: 'delete' }],
   ['list', fax, 'Format', ['PDF', 'JPEG'], { AttributeValue: 'PDF,JPEG', was: 'PDF,TIFF' }],
   ['list to one', fax, 'Format', ['PDF'], { AttributeValue: 'PDF', Action: 'update' }],
   ['list to nothing', fax, 'Format', [''], { AttributeValue: '', Action: 'update' }],
-  ['removal', fax, 'Keywords', ['b', 'a', 'c,d', '', 'NULL'], { AttributeValue: 'a', Action: 'delete' }],
-  ['two removals', fax, 'Keywords', ['a', 'c,d', '', 'NULL'], { AttributeValue: 'b,a', Action: 'delete' }],
+  [
+    'removal',
+    fax,
+    'Keywords',
+    ['b', 'a', 'c,d', '', 'NULL'],
+    { AttributeValue: 'a', Action: 'delete' },
+  ],
+  [
+    'two removals',
+    fax,
+    'Keywords',
+    ['a', 'c,d', '', 'NULL'],
+    { AttributeValue: 'b,a', Action: 'delete' },
+  ],
 ];
 
 for (const [what, invocation, name, values, expected] of EDITS) {
   test(`one run is posted for a change of ${what}`, () => {
     const draft = changed((draft) => (invocation(draft).field(name).values = values));
-    const [run, ...more] = splitRuns(
-      draft.runs.flat().map(([name, value]) => ({ name, value })),
-    );
+    const [run, ...more] = splitRuns(draft.runs.flat().map(([name, value]) => ({ name, value })));
     assert.deepEqual(more, []);
     const was = run.was && JSON.parse(run.was).value;
     for (const [field, value] of Object.entries(expected)) {
@@ -256,7 +291,11 @@ const TRAPS = [
 for (const [invocation, name, values, phrase, row] of TRAPS) {
   test(`${name} as ${JSON.stringify(values)} is ${phrase || 'accepted'}`, () => {
     const draft = changed((draft) => (invocation(draft).field(name).values = values));
-    const problems = draftProblems(draft).map(({ field, row, phrase }) => [field.name, row, phrase]);
+    const problems = draftProblems(draft).map(({ field, row, phrase }) => [
+      field.name,
+      row,
+      phrase,
+    ]);
     assert.deepEqual(problems, phrase === '' ? [] : [[name, row, phrase]]);
   });
 }
@@ -281,10 +320,16 @@ test('a required value that is empty and one with foreign bytes are pointed out'
   const stored = sample();
   stored.services[0].invocations[0].attributes[2].values = ['caf\uFFFD'];
   const draft = new Draft(stored);
-  assert.deepEqual(draft.fields.filter(holdsForeignBytes).map(({ name }) => name), ['Body']);
+  assert.deepEqual(
+    draft.fields.filter(holdsForeignBytes).map(({ name }) => name),
+    ['Body'],
+  );
   assert.deepEqual(draft.fields.filter(lacksValue), []);
   general(draft).field('JobTemplateName').values = [''];
-  assert.deepEqual(draft.fields.filter(lacksValue).map(({ name }) => name), ['JobTemplateName']);
+  assert.deepEqual(
+    draft.fields.filter(lacksValue).map(({ name }) => name),
+    ['JobTemplateName'],
+  );
   assert.deepEqual(fieldProblems(general(draft).field('JobTemplateName')), []);
 });
 
@@ -305,7 +350,10 @@ test('a new field needs a type and a name of its own', () => {
 
 test('a new invocation without a value is refused', () => {
   const draft = changed((draft) => draft.service('svc_new').addInvocation());
-  assert.deepEqual(draftProblems(draft).map(({ phrase }) => phrase), ['edit.error.first']);
+  assert.deepEqual(
+    draftProblems(draft).map(({ phrase }) => phrase),
+    ['edit.error.first'],
+  );
 });
 
 test('more changes than a form may carry are refused', () => {
@@ -391,14 +439,20 @@ test('an attribute that is gone is added again, and a change without its place i
     lost.map(({ InvocationName, AttributeValue }) => [InvocationName, AttributeValue]),
     [['f2', 'nowhere']],
   );
-  assert.deepEqual(after.runs.map((run) => run[4]), [['AttributeValue', 'back']]);
+  assert.deepEqual(
+    after.runs.map((run) => run[4]),
+    [['AttributeValue', 'back']],
+  );
 });
 
 test('what the template holds elsewhere is offered as a suggestion', () => {
   const draft = new Draft(sample());
   assert.deepEqual(valuesOfType(draft, 'enum_format'), ['PDF', 'TIFF']);
-  assert.deepEqual([...attributesOfService(draft, 'qvn_dscrpt_metadata')], [
-    ['MetaDataPrompt', 'string'],
-    ['Several', 'string'],
-  ]);
+  assert.deepEqual(
+    [...attributesOfService(draft, 'qvn_dscrpt_metadata')],
+    [
+      ['MetaDataPrompt', 'string'],
+      ['Several', 'string'],
+    ],
+  );
 });

@@ -26,7 +26,10 @@ test('a list is sorted, filtered as one types, and hides what scan drivers made'
   await page.goto(device.url('pool.html', { TemplateDir: pool }));
   const listed = await names(page);
   const order = ['Anna\\Bert', 'Ärzte', 'Broken', 'scan 9', 'Scan 10', 'The "quick" scan'];
-  assert.deepEqual(listed.filter((name) => order.includes(name)), order);
+  assert.deepEqual(
+    listed.filter((name) => order.includes(name)),
+    order,
+  );
   assert.equal(listed.includes('WIA driver'), false);
   const all = sampleCount('web') + 4;
   assert.equal(await count(page), `${all - 2} of ${all} templates`);
@@ -80,7 +83,10 @@ test('a template is copied, renamed and deleted', async (t) => {
   await follow(page, page.getByRole('link', { name: 'Rename Posters & "more"' }));
   await field(page, 'New name').fill('Mono archive');
   await follow(page, page.getByRole('button', { name: 'Rename' }));
-  assert.match((await shown(page, '.reason'))[0], /^There is a template "Mono archive.KTP" already/);
+  assert.match(
+    (await shown(page, '.reason'))[0],
+    /^There is a template "Mono archive.KTP" already/,
+  );
   assert.equal(await field(page, 'New name').inputValue(), 'Mono archive');
   await field(page, 'New name').fill('Posters');
   await follow(page, page.getByRole('button', { name: 'Rename' }));

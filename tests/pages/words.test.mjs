@@ -8,7 +8,8 @@ import { fileURLToPath } from 'node:url';
 
 const pages = fileURLToPath(new URL('../../pages', import.meta.url));
 const scripts = path.join(pages, 'static/editor');
-const phraseId = /"((?:accounts|action|copy|delete|edit|file|list|password|pool|problems)\.[a-z.-]*[a-z])"/g;
+const phraseId =
+  /"((?:accounts|action|copy|delete|edit|file|list|password|pool|problems)\.[a-z.-]*[a-z])"/g;
 
 const matches = (text, pattern) => [...text.matchAll(pattern)].map(([, found]) => found);
 
@@ -32,10 +33,18 @@ for (const name of fs.readdirSync(pages).filter((file) => file.endsWith('.html')
   if (!text.includes('id="words"')) continue;
   test(`the scripts of ${name} find their words`, () => {
     const own = matches(text, /src="\/static\/editor\/(.*?)"/g);
-    const asked = new Set(own.flatMap((script) => scriptTexts(script)).join().match(phraseId));
+    const asked = new Set(
+      own
+        .flatMap((script) => scriptTexts(script))
+        .join()
+        .match(phraseId),
+    );
     const given = matches(text, /^ *("[^"]*"): <!--#phrase/gm);
     assert.ok(asked.size > 0);
-    assert.deepEqual([...asked].filter((id) => !given.includes(id)), []);
+    assert.deepEqual(
+      [...asked].filter((id) => !given.includes(id)),
+      [],
+    );
     assert.equal(new Set(given).size, given.length);
   });
 }

@@ -28,6 +28,8 @@ export const Kind = Object.freeze({
   fixed: "fixed",
 });
 
+const LIST_REASON = "edit.fixed.list";
+
 /** A form's names have at most this many bytes. */
 const LONGEST_NAME = 255;
 
@@ -62,8 +64,8 @@ export function withLineFeeds(text) {
 }
 
 /**
- * Returns the Kind of `attribute`, {service, invocation, name, type, values, isStamped}: `values` as
- * they were when the page was shown, `isStamped` for what the device sets itself.
+ * Returns the Kind of `attribute`, {service, invocation, name, type, values, isStamped}: its values
+ * as they were when the page was shown, and whether the device sets it itself.
  */
 export function kindOf(attribute) {
   const { name, type, values } = attribute;
@@ -85,7 +87,13 @@ export function fixedReason({ service, invocation, name, type, values, isStamped
   if (!names.every(isSendable)) return "edit.fixed.name";
   if (isStamped) return "edit.fixed.stamp";
   const isList = name === PHONES || isEnumeration(type);
-  return !isList && values.length > 1 && isMetadata(service) ? "edit.fixed.list" : "";
+  return !isList && values.length > 1 && isMetadata(service) ? LIST_REASON : "";
+}
+
+/** True for an attribute that can be removed as a whole, be it all that can be done with it. */
+export function canRemove(attribute) {
+  if (attribute.compulsory && !attribute.isNew) return false;
+  return ["", LIST_REASON].includes(fixedReason(attribute));
 }
 
 /**

@@ -58,7 +58,8 @@ export function draftProblems(draft) {
   const bare = draft.invocations
     .filter(({ isNew, fields }) => isNew && !fields.some((field) => field.isChanged))
     .map((invocation) => ({ invocation, phrase: "edit.error.first" }));
-  const tooMany = draft.runs.flat().length > MOST_FORM_FIELDS ? [{ phrase: "edit.error.many" }] : [];
+  const tooMany =
+    draft.runs.flat().length > MOST_FORM_FIELDS ? [{ phrase: "edit.error.many" }] : [];
   return [...draft.fields.flatMap(fieldProblems), ...bare, ...tooMany];
 }
 

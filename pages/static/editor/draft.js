@@ -180,7 +180,7 @@ export class Service {
   }
 }
 
-/** The runs of posted form fields, each an object of its fields; of repeated ones the last counts. */
+/** The runs of posted form fields, each as an object of its fields. */
 export function splitRuns(posted) {
   const runs = [];
   let run = {};
@@ -263,9 +263,7 @@ export class Draft {
   }
 
   find({ service, invocation }) {
-    return this.invocations.find(
-      (other) => other.service === service && other.name === invocation,
-    );
+    return this.invocations.find((other) => other.service === service && other.name === invocation);
   }
 
   takeRun(run) {

@@ -48,7 +48,8 @@ class EditPage {
   show() {
     this.views = this.draft.services.map((service) => new ServiceView(service, this));
     this.services.replaceChildren(...this.views.map(({ node }) => node));
-    if (this.views.length === 0) this.services.append(element("p", { class: "notice" }, words("edit.empty")));
+    if (this.views.length === 0)
+      this.services.append(element("p", { class: "notice" }, words("edit.empty")));
     this.changed();
   }
 
@@ -81,7 +82,12 @@ class EditPage {
   newService() {
     const [label, input, list] = suggestingInput(words("edit.service.name"), SERVICE_NAMES);
     const add = button(words("edit.service.add"), () => this.addService(input));
-    const line = element("div", { class: "new-field" }, element("div", {}, label, input, list), add);
+    const line = element(
+      "div",
+      { class: "new-field" },
+      element("div", {}, label, input, list),
+      add,
+    );
     enterPresses(line, add);
     return [line];
   }
@@ -150,10 +156,12 @@ class EditPage {
   }
 }
 
-/** Lists changes that have no place in the template any more, so that their values can be copied. */
+/** Lists changes without a place in the template, so that their values can be copied. */
 function showLost(runs) {
   const items = runs.map((run) => {
-    const address = [run.ServiceName, run.InvocationName, run.AttributeName].filter(Boolean).join(" › ");
+    const address = [run.ServiceName, run.InvocationName, run.AttributeName]
+      .filter(Boolean)
+      .join(" › ");
     const value = element("span", { class: "value" }, run.AttributeValue ?? "");
     return element("li", {}, `${address}: `, value);
   });

@@ -1,6 +1,6 @@
 // One field of the editor: its label, its controls, what is to know about it and what can be done.
 // SPDX-License-Identifier: MIT
-import { Kind } from "./attributes.js";
+import { Kind, canRemove } from "./attributes.js";
 import { holdsForeignBytes, lacksValue } from "./checks.js";
 import { controlsOf, isSingle } from "./controls.js";
 import { button, element, hasWords, uniqueId, words } from "./dom.js";
@@ -52,7 +52,8 @@ export class FieldView {
     this.node.classList.toggle("changed", isChanged);
     this.node.classList.toggle("removed", field.isRemoved);
     if (this.resetButton) this.resetButton.hidden = !isChanged || field.isNew;
-    this.hint.textContent = field.kind !== Kind.fixed && lacksValue(field) ? words("edit.required.hint") : "";
+    this.hint.textContent =
+      field.kind !== Kind.fixed && lacksValue(field) ? words("edit.required.hint") : "";
     for (const control of this.controls.filter(isMarked)) markControl(control, "");
     this.editor.changed();
   }
@@ -73,7 +74,9 @@ export class FieldView {
 
   editBody() {
     const controls = controlsOf(this);
-    const group = isSingle(this.field) ? {} : { role: "group", "aria-labelledby": `${this.id}-label` };
+    const group = isSingle(this.field)
+      ? {}
+      : { role: "group", "aria-labelledby": `${this.id}-label` };
     return [
       ...this.conflictBox(),
       element("div", group, ...controls),
@@ -90,10 +93,9 @@ export class FieldView {
 
   toolLine() {
     const { field } = this;
-    if (field.kind === Kind.fixed) return "";
     this.resetButton = button(words("edit.reset"), () => this.reset());
     const remove = button(words("edit.remove"), () => this.remove());
-    this.tools.push(this.resetButton, ...(field.compulsory && !field.isNew ? [] : [remove]));
+    this.tools.push(this.resetButton, ...(canRemove(field) ? [remove] : []));
     for (const tool of this.tools) describe(tool, this.label);
     return element("div", { class: "tools" }, ...this.tools);
   }
@@ -134,7 +136,11 @@ export class FieldView {
     return [
       element(
         "div",
-        { class: "conflict", role: "group", "aria-label": `${words("edit.conflict")} ${this.label}` },
+        {
+          class: "conflict",
+          role: "group",
+          "aria-label": `${words("edit.conflict")} ${this.label}`,
+        },
         element("p", {}, words("edit.conflict")),
         element(
           "dl",

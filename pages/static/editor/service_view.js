@@ -27,7 +27,7 @@ export function enterPresses(container, target) {
   });
 }
 
-/** The part of an invocation in which a new field is described; `add` gets {name, type, compulsory}. */
+/** Where a new field is described; `add` gets {name, type, compulsory}. */
 class NewField {
   constructor(invocation, draft, add) {
     Object.assign(this, { invocation, add });
@@ -98,7 +98,11 @@ class InvocationView {
 
   heading() {
     const { name } = this.invocation;
-    this.title ??= element("h3", { tabindex: "-1" }, name === null ? words("edit.invocation.unnamed") : name);
+    this.title ??= element(
+      "h3",
+      { tabindex: "-1" },
+      name === null ? words("edit.invocation.unnamed") : name,
+    );
     return this.title;
   }
 
@@ -115,7 +119,11 @@ class InvocationView {
 
   newHint() {
     const takesAll = this.invocation.fields.length === 0 || this.invocation.takesFields;
-    return element("p", { class: "hint" }, words(takesAll ? "edit.invocation.new" : "edit.invocation.first"));
+    return element(
+      "p",
+      { class: "hint" },
+      words(takesAll ? "edit.invocation.new" : "edit.invocation.first"),
+    );
   }
 
   newField() {
@@ -141,7 +149,12 @@ class InvocationView {
 
   removedText() {
     const undo = button(words("edit.undo"), () => this.setRemoved(false));
-    return element("p", { class: "tools" }, element("span", {}, words("edit.invocation.removed")), undo);
+    return element(
+      "p",
+      { class: "tools" },
+      element("span", {}, words("edit.invocation.removed")),
+      undo,
+    );
   }
 
   setRemoved(isRemoved) {
