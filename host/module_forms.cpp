@@ -106,8 +106,9 @@ std::string notice(Act act, const std::string& source, const std::string& destin
 }
 
 const Json* find_named(const Json& list, const std::string& name) {
-  const auto found =
-      std::ranges::find_if(list, [&](const Json& object) { return object["name"] == name; });
+  const auto found = std::ranges::find_if(list, [&](const Json& object) {
+    return object["name"].get_ref<const std::string&>() == name;
+  });
   return found == list.end() ? nullptr : &*found;
 }
 

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "template_json.h"
 
-#include <algorithm>
-
 namespace platen {
 namespace {
 
@@ -28,14 +26,13 @@ class TemplateCollector {
   Json services = Json::array();
 
  private:
-  // The object of that name in `list`, added when it is not there. The last one is looked at first,
-  // as the walk stays in one attribute for all its values.
+  // The object of that name in `list`, added when it is not there. It is the last one or new: the
+  // walk goes in the order of the file, in which no name stands twice.
   Json& member(Json& list, const char* name, const char* content) {
     const std::string text = json_name(name);
-    const auto found = std::find_if(list.rbegin(), list.rend(),
-                                    [&](const Json& object) { return object["name"] == text; });
-    if (found != list.rend()) return *found;
-    list.push_back({{"name", text}, {content, Json::array()}});
+    if (list.empty() || list.back()["name"].get_ref<const std::string&>() != text) {
+      list.push_back({{"name", text}, {content, Json::array()}});
+    }
     return list.back();
   }
 };
