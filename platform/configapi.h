@@ -86,7 +86,7 @@ const char* Cfg_GetContext(void);
    its context is cut. Logs the request, with the value, at level 9. Returns the status of the reply,
    0 when the value is stored; or the non-zero status of a send that failed, logged at level 5. */
 static inline status_t ConfigUpdate(char* AVP) {
-  Ipc_message* reply = NULL;
+  Ipc_message* reply = NULL; /* NOLINT(modernize-use-nullptr): C reads this too */
   char l_AVP[sizeof(ConfigAVP_t) + 1];
   memset(l_AVP, 0, sizeof(l_AVP));
   snprintf(l_AVP, sizeof(l_AVP), "%s%s", Cfg_GetContext(), AVP);
@@ -98,7 +98,7 @@ static inline status_t ConfigUpdate(char* AVP) {
     Log_Entry(LOG_LEVEL_WARNING, "configapi.h", 360, "%s: IPC send failure\n\t\tstatus = %ld",
               "ConfigUpdate", (long)status);
   }
-  if (reply != NULL) ipc_free_message(0, reply);
+  if (reply) ipc_free_message(0, reply);
   return status;
 }
 
