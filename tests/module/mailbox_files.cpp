@@ -80,7 +80,7 @@ TEST_F(Spool, OfNobodyIsThePublicOne) {
 
 TEST_F(Spool, SkipsJobsWhosePathDoesNotFit) {
   const std::size_t folder = std::string(kSpool).size() + std::string("box1/").size();
-  for (const std::size_t item : {249, 250, 253, 254, 255}) {
+  for (const std::size_t item : {249U, 250U, 253U, 254U, 255U}) {
     write_job("box1/" + padded("", item - folder - 1) + "/.KTP", std::to_string(item));
   }
   EXPECT_EQ(rows(parser().HTTP_Parser_Folder_Passwords_List_fn, "box1"), (Lines{row("", "249")}));

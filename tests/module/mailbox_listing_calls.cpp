@@ -223,14 +223,13 @@ TEST_F(JobListing, OfAnUnreadableFolderPrintsNothingAndLogsNothing) {
 // ---- The end of the process. ----
 
 TEST_F(MailboxListingDeathTest, NullRecordsEndTheProcess) {
-  const std::tuple<void (*)(QVN_AppData*, char*), const char*> rows[] = {
-      {parser().HTTP_Parser_Mailbox_List_fn, kFolders},
-      {parser().HTTP_Parser_Folder_Passwords_List_fn, kJobDirectories},
-      {parser().HTTP_Parser_Job_Passwords_List_fn, kJobs}};
-  for (const auto& [function, name] : rows) {
-    EXPECT_FATAL(function(nullptr, nullptr), (Lines{mailbox_log(8, "ENTER " + std::string(name)),
-                                                    mailbox_log(3, "udata is NULL! Exiting!")}));
-  }
+  const auto fatal = [](const std::string& function) {
+    return Lines{mailbox_log(8, "ENTER " + function), mailbox_log(3, "udata is NULL! Exiting!")};
+  };
+  EXPECT_FATAL(parser().HTTP_Parser_Mailbox_List_fn(nullptr, nullptr), fatal(kFolders));
+  EXPECT_FATAL(parser().HTTP_Parser_Folder_Passwords_List_fn(nullptr, nullptr),
+               fatal(kJobDirectories));
+  EXPECT_FATAL(parser().HTTP_Parser_Job_Passwords_List_fn(nullptr, nullptr), fatal(kJobs));
 }
 
 // The end in full words: the log names the line of the allocation, the standard error stream the

@@ -336,14 +336,11 @@ TEST_F(PasswordForm, WithoutAUserOrARecordStoresNothing) {
 // ---- The end of the process. ----
 
 TEST_F(MailboxPasswordDeathTest, NullRecordsEndTheProcess) {
-  const std::tuple<int (*)(QVN_AppData*, FormEntry*, int), const char*> rows[] = {
-      {parser().HTTP_Parser_Verify_Mbox_Password_fn, kFolder},
-      {parser().HTTP_Parser_Verify_Job_Password_fn, kJob}};
-  for (const auto& [handler, name] : rows) {
-    EXPECT_FATAL(handler(nullptr, nullptr, 0),
-                 (Lines{mailbox_log(8, "ENTER " + std::string(name)),
-                        mailbox_log(3, "inUdata is NULL! Exiting!")}));
-  }
+  const auto fatal = [](const std::string& function) {
+    return Lines{mailbox_log(8, "ENTER " + function), mailbox_log(3, "inUdata is NULL! Exiting!")};
+  };
+  EXPECT_FATAL(parser().HTTP_Parser_Verify_Mbox_Password_fn(nullptr, nullptr, 0), fatal(kFolder));
+  EXPECT_FATAL(parser().HTTP_Parser_Verify_Job_Password_fn(nullptr, nullptr, 0), fatal(kJob));
 }
 
 TEST_F(MailboxPasswordDeathTest, ANextPageWithoutMemoryEndsTheProcess) {

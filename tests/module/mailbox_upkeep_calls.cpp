@@ -342,7 +342,7 @@ TEST_F(Prompts, OfATemplateThatCannotBeOpenedAreLeftAlone) {
 
 TEST_F(Prompts, AreRemovedFromTheLongestPath) {
   const std::string start = "/tmp/template/pool/mailbox/";
-  for (const std::size_t length : {246, 247, 248, 253, 254}) {
+  for (const std::size_t length : {246U, 247U, 248U, 249U, 254U}) {
     const std::string path = padded(start, length);
     done_on(parser().PrivMetaDataRemoveAll, path);
     EXPECT_EQ(part(journal().calls(), 1, 2),
