@@ -1,5 +1,5 @@
-// The content of a template: services, their invocations, attributes and values, and how edits
-// apply. SPDX-License-Identifier: MIT
+// The content of a template: services, invocations, attributes, values, and how edits apply.
+// SPDX-License-Identifier: MIT
 #ifndef STORE_TEMPLATE_DOCUMENT_H_
 #define STORE_TEMPLATE_DOCUMENT_H_
 
@@ -13,7 +13,9 @@
 #include "template_status.h"
 #include "template_text.h"
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 inline constexpr std::size_t kMaxInvocationName = 255;
 inline constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
@@ -128,6 +130,8 @@ class Document {
   Address last_read_;  // saves the search while the values of one attribute are walked
 };
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_DOCUMENT_H_

@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <string>
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 inline constexpr std::size_t kMostFailures = 100;
 
@@ -20,6 +22,8 @@ void note_lost_failure();
 // they stay.
 char* take_failures();
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_FAILURES_H_

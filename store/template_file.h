@@ -14,7 +14,9 @@
 
 #include "template_status.h"
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 inline constexpr std::size_t kMaxFileSize = std::size_t{4} << 20;
 inline constexpr long kLockWaitMilliseconds = 5000;
@@ -108,6 +110,8 @@ class LockedDirectory {
 // Fills `names` with the regular files of the directory, in any order.
 Status list_directory(const char* path, std::vector<std::string>* names);
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_FILE_H_

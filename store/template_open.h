@@ -12,7 +12,9 @@
 #include "template_file.h"
 #include "template_status.h"
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 // The bytes of one template file and the document that borrows them, in one block of memory.
 class Content {
@@ -68,6 +70,8 @@ Status copy_template(const char* from, const char* to);
 // Deletes a template file.
 Status delete_template(const char* path);
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_OPEN_H_

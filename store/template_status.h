@@ -5,7 +5,9 @@
 
 #include <cstdint>
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 enum class Code : std::uint8_t {
   kOk,
@@ -38,6 +40,8 @@ struct [[nodiscard]] Status {
   [[nodiscard]] bool ok() const { return code == Code::kOk; }
 };
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_STATUS_H_

@@ -9,7 +9,9 @@
 #include "template_document.h"
 #include "template_status.h"
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 // Fills the empty `entries` with what `bytes` hold; they borrow the bytes. On failure tells the
 // first fault with its line and column, and leaves the entries unspecified.
@@ -19,10 +21,12 @@ Status parse(std::string_view bytes, Entries& entries);
 std::uint32_t line_of(std::string_view bytes, const char* at);
 
 // Returns `bytes`, which were parsed to `before`, with only those places changed in which `after`
-// differs: comments, order, blanks and untouched lines stay byte for byte. What is new in `after` has
-// plain texts.
+// differs: comments, order, blanks and untouched lines stay byte for byte. What is new in `after`
+// has plain texts.
 std::string render(std::string_view bytes, const Entries& before, const Entries& after);
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_SYNTAX_H_

@@ -7,7 +7,9 @@
 #include <string>
 #include <string_view>
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 // A borrowed text: either plain, or as the file holds it, with at least one escape.
 struct Text {
@@ -40,6 +42,8 @@ void append_encoded(std::string& out, std::string_view plain, Place place);
 // Returns the first escape in [begin, end) that means nothing, or null.
 const char* find_bad_escape(const char* begin, const char* end);
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_TEXT_H_

@@ -5,7 +5,9 @@
 
 #include "template_text.h"
 
-namespace [[gnu::visibility("hidden")]] store {
+#pragma GCC visibility push(hidden)
+
+namespace store {
 
 // Returns the plain text as a malloc string of its own that is held until it is released, or null
 // when memory is out.
@@ -17,6 +19,8 @@ void release_value(char* value);
 // Frees all strings that this thread holds.
 void release_all_values();
 
-}  // namespace gnu::visibility("hidden")]]store
+}  // namespace store
+
+#pragma GCC visibility pop
 
 #endif  // STORE_TEMPLATE_VALUES_H_
