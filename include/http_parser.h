@@ -215,19 +215,22 @@ void HTTP_Parser_JS_Get_fn(QVN_AppData* udata, char* arg);
      list joined by ";"; a value with a comma whose type begins with "enum_" is one joined by ",".
      A run without "AttributeValue" writes nothing.
    - "delete" deletes the listed values of an attribute, else the attribute, else the invocation,
-     else the service: whichever the run names most closely.
+     else the service: whichever the run names most closely. Of a service whose name begins with
+     "qvn_dscrpt_metadata" it deletes the whole attribute, else the metadata invocation.
    At the end the template is marked with its device definition ("KLVDefinitionUsed" of
    "qvn_svc_general"), saved and closed.
    `udata` may not be null; `entries` holds `nEntries` fields, whose values may be cut in place.
    Returns 0 with `Reason` empty when the mark was written and no failure was recorded. Returns 1
-   - before anything was opened or changed: a path of more than 255 bytes, an over-long copy name,
-   no path, the system's default template while nobody is logged in, a copy whose path is not valid,
-     a copy that failed (its `Reason` stays), an empty path;
+   - before the template was opened for its edits: a path of more than 255 bytes, an over-long copy
+     name, no path, the system's default template while nobody is logged in, a copy whose path is
+     not valid, a copy that failed (its `Reason` stays, and so does a copy that only could not be
+     named), an empty path;
    - with "Service name not found" in `Reason`, the template saved and closed without these edits,
-   when a run has no service;
+     when a run has no service;
    - with "Couldn't set attribute : NAME,NAME" in `Reason`, cut to 200 bytes, the template saved and
      closed, when the mark or a recorded edit failed. Only the removal of listed values records,
-   each the failure that it finds before it. Exits on a null record and an exhausted heap. */
+     each the failure that it finds before it.
+   Exits on a null record and an exhausted heap. */
 int HTTP_Parser_Set_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
 
 /* Writes one list value: cuts `AttributeValue` in place at the characters of `inSeparator` and
@@ -250,8 +253,9 @@ void PrivSaveMultiValue(QVN_AppData* inUdata, HTTP_PARSER_Set_Element* inElement
    - before anything was copied: no source, a destination of more than 254 bytes, the system's
      default template as destination;
    - with "Couldn't Copy Template from: FROM to TO." and a line end in `Reason`, cut to 200 bytes,
-   when the copy failed (the destination is untouched) or the name could not be written (the copy
-   stays). Exits on null `udata` or `entries` and on an exhausted heap. */
+     when the copy failed (the destination is untouched) or the name could not be written (the copy
+     stays).
+   Exits on null `udata` or `entries` and on an exhausted heap. */
 int HTTP_Parser_Copy_fn(QVN_AppData* udata, FormEntry* entries, int nEntries);
 
 /* As HTTP_Parser_Copy_fn(), for putting a factory template back into service: "ParserFilename" is a
@@ -427,7 +431,8 @@ bool_t PrivIsFolderPrivate(char* inFolderName);
 
 /* Stores the password of a folder; a null one is the empty text, which makes the folder public.
    Neither is checked or escaped: both together must stay below 1,000 bytes and the name may not
-   hold `="`. `inUser` may not be null. A failure is logged at level 5, without the folder's name. */
+   hold `="`. `inUser` may not be null. A failure is logged at level 5, without the folder's name.
+ */
 void PrivSetPasswordForUser(char* inUser, char* inPass);
 
 /* Has the template pools reloaded. A failure is logged at level 5. */

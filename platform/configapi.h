@@ -83,8 +83,9 @@ const char* Cfg_GetContext(void);
 
 /* Has the server set one value: sends the context followed by `AVP`, a text `key="value"` in which
    nothing is escaped, and waits for the reply. `AVP` may not be null; what passes 1064 bytes with
-   its context is cut. Logs the request, with the value, at level 9. Returns the status of the reply,
-   0 when the value is stored; or the non-zero status of a send that failed, logged at level 5. */
+   its context is cut. Logs the request, with the value, at level 9. Returns the status of the
+   reply, 0 when the value is stored; or the non-zero status of a send that failed, logged at
+   level 5. */
 static inline status_t ConfigUpdate(char* AVP) {
   Ipc_message* reply = NULL; /* NOLINT(modernize-use-nullptr): C reads this too */
   char l_AVP[sizeof(ConfigAVP_t) + 1];

@@ -150,9 +150,9 @@ void CKwtTemplate(TemplateObject* tpl);
 /* Reads the template file `path`. `mode` is O_RDONLY or O_RDWR and changes nothing: every open
  * template can be edited and saved. A template that the object had open is dropped without saving.
  * Returns 1 with m_filename set and m_erno 0. On failure returns 0 with nothing open and m_filename
- * NULL: KWTERR_INVALID_PARAMETER (NULL path), KWTERR_FILE_OPEN, KWTERR_FILE_ACCES (no permission,
- * or no regular file), KWTERR_FILE_STAT, KWTERR_FILE_SIZE (above 4 MiB), KWTERR_FILE_READ,
- * KWTERR_INVALID_DATA (does not parse), KWTERR_NOLMEM. */
+ * NULL: KWTERR_INVALID_PARAMETER (NULL path), KWTERR_FILE_OPEN (missing, or a link),
+ * KWTERR_FILE_ACCES (no permission, or no regular file), KWTERR_FILE_STAT, KWTERR_FILE_SIZE (above
+ * 4 MiB), KWTERR_FILE_READ, KWTERR_INVALID_DATA (does not parse), KWTERR_NOLMEM. */
 int Open(TemplateObject* tpl, const char* path, int mode);
 
 /* Releases the loaded template, its invocation list and m_filename; with `save` not 0 writes its
@@ -250,7 +250,8 @@ bool_t DeleteMetaDataInvocation(TemplateObject* tpl, const char* invocation);
 
 /* Copies the template file `from` over `to`. The source must parse. A file that is replaced keeps
  * its mode and owner, a new one gets the mode of the source. A copy onto itself changes nothing.
- * Returns 0, or the code of what failed with `to` untouched: those of Open() and of a save. */
+ * Returns 0, or the code of what failed with `to` untouched: those of Open() and of a save. If only
+ * the directory could not be synced, the copy fails though `to` is new. */
 KWTSTATUS CopyCKwtTemplate(const char* from, const char* to);
 
 /* Deletes a regular file. Returns 1, or 0: it is missing or no regular file, its directory could
