@@ -11,6 +11,7 @@
 
 #include "store_fixture.h"
 #include "templateWrapper.h"
+#include "template_file.h"
 
 namespace store_test {
 namespace {
@@ -61,6 +62,26 @@ TEST(Pool, ListsRegularTemplateFilesSortedByBytes) {
             (std::vector<std::string>{"B.KTP", "a b\n.KTP", "a.ktp", "b.ktp", "\xC3\xA4.ktp"}));
   EXPECT_EQ(pool->count, 5);
   EXPECT_EQ(pool->m_erno, KWT_SUCCESS);
+}
+
+TEST(Pool, LooksAtTheFilesWhereTheirDirectoryDoesNotTellTheirKind) {
+  struct Untold : store::System {
+    dirent* readdir(DIR* directory) override {
+      dirent* entry = System::readdir(directory);
+      if (entry) entry->d_type = DT_UNKNOWN;
+      return entry;
+    }
+  } system;
+  Directory directory;
+  directory.write("a.ktp", "");
+  ASSERT_EQ(::mkdir(directory.file("folder.ktp").c_str(), 0700), 0);
+  ASSERT_EQ(::symlink("a.ktp", directory.file("link.ktp").c_str()), 0);
+  Pool pool;
+  SetPath(pool.get(), directory.path().c_str());
+  store::use_system(&system);
+  EXPECT_TRUE(Refresh(pool.get()));
+  store::use_system(nullptr);
+  EXPECT_EQ(pool.names(), std::vector<std::string>{"a.ktp"});
 }
 
 TEST(Pool, RefreshSeesWhatChanged) {
