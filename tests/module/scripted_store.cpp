@@ -1,5 +1,5 @@
-// A store that keeps no files: it writes each call into the journal and answers as the test
-// scripts. SPDX-License-Identifier: MIT
+// A store without files: it writes each call into the journal and answers as the test scripts.
+// SPDX-License-Identifier: MIT
 #include "scripted_store.h"
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// A store that keeps no files: it writes each call into the journal and answers as the test
-// scripts. SPDX-License-Identifier: MIT
+// A store without files: it writes each call into the journal and answers as the test scripts.
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_MODULE_SCRIPTED_STORE_H_
 #define TESTS_MODULE_SCRIPTED_STORE_H_
 

@@ -1,5 +1,5 @@
-// What the store's tests share: a directory of their own, and templates that clean up after
-// themselves. SPDX-License-Identifier: MIT
+// What the store's tests share: a directory of their own, and templates that clean up.
+// SPDX-License-Identifier: MIT
 #ifndef TESTS_STORE_STORE_FIXTURE_H_
 #define TESTS_STORE_STORE_FIXTURE_H_
 
