@@ -1,5 +1,5 @@
-// Measures the editor's forms and lists, in process, against the bare system calls for the same
-// files. SPDX-License-Identifier: MIT
+// Measures the editor in process against the bare system calls for the same files.
+// SPDX-License-Identifier: MIT
 #include <array>
 #include <cstdio>
 #include <cstdlib>
