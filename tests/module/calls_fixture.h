@@ -13,6 +13,7 @@
 #include "loaded_module.h"
 #include "scripted_device.h"
 #include "scripted_store.h"
+#include "template_lines.h"
 
 class ModuleCalls : public testing::Test {
  protected:

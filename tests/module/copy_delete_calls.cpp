@@ -23,27 +23,6 @@ int remove(Request& request) {
   return parser().HTTP_Parser_Delete_fn(request.record(), request.entries(), request.count());
 }
 
-// Log lines of one turn through the open and close of a copy that is being named.
-Lines naming(const std::string& copy) {
-  return {"log " + entered("HTTP_Open_Parser_fn"),
-          "log " + parser_log(102, "Allocing memory for udata->parserTemplate."),
-          "log " + parser_log(102, "template file path = " + copy),
-          "CKwtTemplate(tpl)",
-          "Open(tpl, '" + copy + "', 2)",
-          "log " + parser_log(100, "HTTP_Open_Parser_fn Successful."),
-          "log " + left("HTTP_Open_Parser_fn")};
-}
-
-Lines closing(const std::string& copy) {
-  return {"log " + entered("HTTP_Close_Parser_fn"),
-          "GetFileName(tpl)",
-          "page <input type=\"hidden\" name=\"DefaultParserFilename\" value=\"" + copy + "\">",
-          "Close(tpl, 1)",
-          "DestructorCKwtTemplate(tpl)",
-          "log " + parser_log(100, "HTTP_Close_Parser_fn Successful."),
-          "log " + left("HTTP_Close_Parser_fn")};
-}
-
 TEST_F(Copy, CopiesOpensNamesAndSaves) {
   Request request{{"ParserFilename", kSource}, {"CopyParserFilename", "B.KTP"}};
   EXPECT_EQ(copy(request), 0);
@@ -56,9 +35,9 @@ TEST_F(Copy, CopiesOpensNamesAndSaves) {
                      "log " + parser_log(102, std::string("copyFrom = ") + kSource),
                      "log " + parser_log(102, "copyTo = " + to),
                      "CopyCKwtTemplate('" + std::string(kSource) + "', '" + to + "')"},
-                    naming(to),
+                    opening(to, 2),
                     {naming_call("B.KTP")},
-                    closing(to),
+                    closing(1, hidden_field(to)),
                     {"log " + left(kCopy)}}));
   EXPECT_EQ(request->parserTemplate, nullptr);
   EXPECT_EQ(request.reason(), "");

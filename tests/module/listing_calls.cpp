@@ -80,35 +80,18 @@ TEST_F(FilteredListing, OpensEachTemplateAndReadsItsCreator) {
   Request request;
   parser().HTTP_Parser_List_Non_WIA_fn(request.record(), Argument("/tmp/template/pool/"));
   const std::string path = "/tmp/template/pool/a\\";
-  EXPECT_EQ(journal().lines(),
-            (Lines{"log " + entered(kFilteredList),
-                   "log " + support_log(102, "Have argument of '/tmp/template/pool/'."),
-                   "CKwtPool()",
-                   "SetPath('/tmp/template/pool/')",
-                   "Refresh()",
-                   "GetTemplateList()",
-                   "log " + support_log(102, "Built full template path of '" + path + "'."),
-                   "log " + entered("HTTP_Open_Parser_fn"),
-                   "log " + parser_log(102, "Allocing memory for udata->parserTemplate."),
-                   "log " + parser_log(102, "template file path = " + path),
-                   "CKwtTemplate(tpl)",
-                   "Open(tpl, '" + path + "', 0)",
-                   "log " + parser_log(100, "HTTP_Open_Parser_fn Successful."),
-                   "log " + left("HTTP_Open_Parser_fn"),
-                   "GetLastTemplateError(tpl)",
-                   "ListInvocations(tpl, 'qvn_svc_general')",
-                   "Read(tpl, 'qvn_svc_general', 'general1', 'JobTemplateCreator', 1)",
-                   "log " + entered("HTTP_Close_Parser_fn"),
-                   "GetFileName(tpl)",
-                   "Close(tpl, 0)",
-                   "DestructorCKwtTemplate(tpl)",
-                   "log " + parser_log(100, "HTTP_Close_Parser_fn Successful."),
-                   "log " + left("HTTP_Close_Parser_fn"),
-                   R"(StringReplace('a\', '\', '\\'))",
-                   R"(StringReplace('a\\', '"', '\"'))",
-                   R"(page a\\)",
-                   "DestructorCKwtPool()",
-                   "log " + left(kFilteredList)}));
+  EXPECT_EQ(
+      journal().lines(),
+      joined({{"log " + entered(kFilteredList),
+               "log " + support_log(102, "Have argument of '/tmp/template/pool/'."), "CKwtPool()",
+               "SetPath('/tmp/template/pool/')", "Refresh()", "GetTemplateList()",
+               "log " + support_log(102, "Built full template path of '" + path + "'.")},
+              opening(path, 0),
+              {"GetLastTemplateError(tpl)", "ListInvocations(tpl, 'qvn_svc_general')",
+               "Read(tpl, 'qvn_svc_general', 'general1', 'JobTemplateCreator', 1)"},
+              closing(0),
+              {R"(StringReplace('a\', '\', '\\'))", R"(StringReplace('a\\', '"', '\"'))",
+               R"(page a\\)", "DestructorCKwtPool()", "log " + left(kFilteredList)}}));
 }
 
 TEST_F(FilteredListing, ListsATemplateThatCannotBeOpened) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "journal.h"
+#include "template_lines.h"
 
 inline std::string logged(int level, const std::string& text) {
   return "log " + mailbox_log(level, text);
@@ -34,26 +35,6 @@ inline Lines password_asked(const std::string& folder) {
 
 inline std::string not_retrieved(const std::string& key) {
   return logged(102, "Value for '" + key + "' could not be retrieved from the Config Server");
-}
-
-// A template is opened; one without a page is closed.
-inline Lines opening(const std::string& path, int mode) {
-  return {"log " + entered("HTTP_Open_Parser_fn"),
-          "log " + parser_log(102, "Allocing memory for udata->parserTemplate."),
-          "log " + parser_log(102, "template file path = " + path),
-          "CKwtTemplate(tpl)",
-          "Open(tpl, '" + path + "', " + std::to_string(mode) + ")",
-          "log " + parser_log(100, "HTTP_Open_Parser_fn Successful."),
-          "log " + left("HTTP_Open_Parser_fn")};
-}
-
-inline Lines closing(int save) {
-  return {"log " + entered("HTTP_Close_Parser_fn"),
-          "GetFileName(tpl)",
-          "Close(tpl, " + std::to_string(save) + ")",
-          "DestructorCKwtTemplate(tpl)",
-          "log " + parser_log(100, "HTTP_Close_Parser_fn Successful."),
-          "log " + left("HTTP_Close_Parser_fn")};
 }
 
 // The password of a job is read from its log, whose metadata service has no invocation.

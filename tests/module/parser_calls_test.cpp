@@ -19,30 +19,6 @@ using FrameDeathTest = ModuleCalls;
 
 Lines log_line(const std::string& line) { return {"log " + line}; }
 
-// The lines of a close that is logged to its end, with the store's calls between them.
-Lines closing(const std::string& page, int save) {
-  Lines lines = {"log " + entered(kClose), "GetFileName(tpl)"};
-  if (!page.empty()) lines.push_back("page " + page);
-  return joined({lines,
-                 {"Close(tpl, " + std::to_string(save) + ")", "DestructorCKwtTemplate(tpl)"},
-                 log_line(parser_log(100, "HTTP_Close_Parser_fn Successful.")),
-                 log_line(left(kClose))});
-}
-
-std::string hidden_field(const std::string& path) {
-  return "<input type=\"hidden\" name=\"DefaultParserFilename\" value=\"" + path + "\">";
-}
-
-Lines opening(const std::string& path, int mode) {
-  return {"log " + entered(kOpen),
-          "log " + parser_log(102, "Allocing memory for udata->parserTemplate."),
-          "log " + parser_log(102, "template file path = " + path),
-          "CKwtTemplate(tpl)",
-          "Open(tpl, '" + path + "', " + std::to_string(mode) + ")",
-          "log " + parser_log(100, "HTTP_Open_Parser_fn Successful."),
-          "log " + left(kOpen)};
-}
-
 TEST_F(Frame, InitLogsItsEntryAndExitAndReturnsZero) {
   EXPECT_EQ(parser().HTTP_Parser_Init(), 0);
   EXPECT_EQ(journal().lines(),
@@ -200,7 +176,7 @@ TEST_F(OpenTemplate, ClosesTheTemplateThatIsOpenWithoutSaving) {
   EXPECT_EQ(journal().lines(),
             joined({log_line(entered(kOpen)),
                     log_line(parser_log(101, "udata->parserTemplate is not null? Cleanup.")),
-                    closing(hidden_field("/tmp/template/pool/old"), 0),
+                    closing(0, hidden_field("/tmp/template/pool/old")),
                     log_line(parser_log(102, "udata->parserTemplate has been closed and freed.")),
                     expected}));
 }
@@ -234,7 +210,7 @@ TEST_F(OpenTemplate, IllegalPathLeavesAConstructedObjectThatTheCloseReleases) {
   EXPECT_EQ(request.reason(), "");
   journal().clear();
   parser().HTTP_Close_Parser_fn(request.record(), nullptr);
-  EXPECT_EQ(journal().lines(), closing("", 0));
+  EXPECT_EQ(journal().lines(), closing(0));
   EXPECT_EQ(request->parserTemplate, nullptr);
 }
 
@@ -278,7 +254,7 @@ TEST_F(CloseTemplate, SavesOnlyOnTheExactWord) {
     Request request;
     open(request);
     parser().HTTP_Close_Parser_fn(request.record(), const_cast<char*>(argument));
-    EXPECT_EQ(journal().lines(), closing(hidden_field("/tmp/template/pool/a.KTP"), save));
+    EXPECT_EQ(journal().lines(), closing(save, hidden_field("/tmp/template/pool/a.KTP")));
     EXPECT_EQ(request->parserTemplate, nullptr);
   }
 }
@@ -288,7 +264,7 @@ TEST_F(CloseTemplate, WithoutAPagePrintsNothing) {
   open(request);
   request->outfs = nullptr;
   parser().HTTP_Close_Parser_fn(request.record(), Argument("TRUE"));
-  EXPECT_EQ(journal().lines(), closing("", 1));
+  EXPECT_EQ(journal().lines(), closing(1));
 }
 
 TEST_F(CloseTemplate, PrintsTheFileNameUnescaped) {
@@ -420,7 +396,7 @@ TEST_F(AttributeValue, IsReadFromTheFirstInvocationBetweenAnOpenAndAClose) {
   EXPECT_EQ(journal().lines(), joined({opening("/tmp/template/pool/a", 0),
                                        {"GetLastTemplateError(tpl)", "ListInvocations(tpl, 'svc')",
                                         "Read(tpl, 'svc', 'first', 'Creator', 1)"},
-                                       closing("", 0)}));
+                                       closing(0)}));
   EXPECT_EQ(request->parserTemplate, nullptr);
 }
 
