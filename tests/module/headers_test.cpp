@@ -53,68 +53,22 @@ TEST(Headers, FieldsStandInTheirOrder) {
                        &Element::Compulsory));
 }
 
-template <typename Codes>
-void expect_counted_from_zero(const Codes& codes) {
-  int number = 0;
-  for (const auto code : codes) EXPECT_EQ(code, number++);
-}
-
 TEST(Headers, StatusCodesKeepTheirNumbers) {
-  expect_counted_from_zero(std::array{AP_EC_OK,
-                                      AP_EC_GENERAL_ERR,
-                                      AP_EC_INVALID_NULL_PTR,
-                                      AP_EC_MISSING_REQD_ENVVAR,
-                                      AP_EC_INVALID_ENVVAR,
-                                      AP_EC_INVALID_PARAMETER,
-                                      AP_EC_DSTORE_INIT_ERR,
-                                      AP_EC_SVC_MON_INIT_ERR,
-                                      AP_EC_LOG_INIT_ERR,
-                                      AP_EC_LOG_ADD_ENTRY_ERR,
-                                      AP_EC_MEM_ALLOC_ERR,
-                                      AP_EC_PARSE_ERROR,
-                                      AP_EC_LOA_TAG_ERROR,
-                                      AP_EC_ADIPUTC_FAILED,
-                                      AP_EC_INVALID_QUERY_TYPE,
-                                      AP_EC_LOA_OPEN_FAILED,
-                                      AP_EC_UNKNOWN_CON_OBJECT,
-                                      AP_EC_STRDUP_ERROR,
-                                      AP_EC_UPLOAD_REQUEST_ERR,
-                                      AP_EC_IPP_MEMORY_ERR,
-                                      AP_EC_IPP_RESPONSE_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_INIT_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_CREATE_JOB_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_CREATE_DOC_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_ATTR_ADD_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_DOC_SUBMIT,
-                                      AP_EC_JOB_SUBMIT_CPI_SEND_DATA_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_COMPLETE_DOC_ERR,
-                                      AP_EC_JOB_SUBMIT_CPI_COMPLETE_JOB_ERR,
-                                      AP_EC_ACCOUNT_OPERATION_ERR,
-                                      AP_EC_ACCOUNT_PROCESS_REQUEST_ERR,
-                                      AP_EC_ACCOUNT_SET_QUEUE_ERR,
-                                      AP_EC_DPA_SVR_UNAVAILABLE,
-                                      AP_EC_DSTORE_ERR,
-                                      AP_EC_POST_ERROR,
-                                      AP_EC_SET_ATTR_CPI_INIT_ERR,
-                                      AP_EC_GET_ATTR_CPI_EXIT_ERR,
-                                      AP_EC_GET_ATTR_CPI_ERR,
-                                      AP_EC_GET_JOB_ID_ERR,
-                                      AP_EC_RETRIEVE_ATTR_ERR,
-                                      AP_EC_UPDATE_ATTR_ERR,
-                                      AP_EC_RETRIEVE_SA_PASSWD_ERR,
-                                      AP_EC_SET_SA_PASSWD_ERR,
-                                      AP_EC_LOGIN_REQUIRED,
-                                      AP_EC_LOGGED_IN_NOT_SA,
-                                      AP_EC_INVALID_CHAR_ERR});
-  expect_counted_from_zero(
-      std::array{KWT_SUCCESS,        KWTERR_FILE_OPEN,         KWTERR_FILE_CREATE,
-                 KWTERR_FILE_EXISTS, KWTERR_FILE_DELETE,       KWTERR_FILE_STAT,
-                 KWTERR_FILE_SIZE,   KWTERR_FILE_READ,         KWTERR_FILE_WRITE,
-                 KWTERR_FILE_SEEK,   KWTERR_FILE_ACCES,        KWTERR_NODATA,
-                 KWTERR_NOLMEM,      KWTERR_SCANMGR_CREATE,    KWTERR_SCANMGR_DELETE,
-                 KWTERR_INVALID,     KWTERR_INVALID_DATA,      KWTERR_LOCK_CREATE,
-                 KWTERR_LOCK_DELETE, KWTERR_INVALID_PARAMETER, KWTERR_INSUFFICIENT_BUFFER,
-                 KWTERR_NO_TOKEN});
+  const int store[] = {KWT_SUCCESS,        KWTERR_FILE_OPEN,         KWTERR_FILE_CREATE,
+                       KWTERR_FILE_EXISTS, KWTERR_FILE_DELETE,       KWTERR_FILE_STAT,
+                       KWTERR_FILE_SIZE,   KWTERR_FILE_READ,         KWTERR_FILE_WRITE,
+                       KWTERR_FILE_SEEK,   KWTERR_FILE_ACCES,        KWTERR_NODATA,
+                       KWTERR_NOLMEM,      KWTERR_SCANMGR_CREATE,    KWTERR_SCANMGR_DELETE,
+                       KWTERR_INVALID,     KWTERR_INVALID_DATA,      KWTERR_LOCK_CREATE,
+                       KWTERR_LOCK_DELETE, KWTERR_INVALID_PARAMETER, KWTERR_INSUFFICIENT_BUFFER,
+                       KWTERR_NO_TOKEN};
+  for (int i = 0; i < static_cast<int>(std::size(store)); ++i) EXPECT_EQ(store[i], i);
+  EXPECT_EQ(AP_EC_OK, 0);
+  EXPECT_EQ(AP_EC_MEM_ALLOC_ERR, 10);
+  EXPECT_EQ(AP_EC_JOB_SUBMIT_CPI_INIT_ERR, 21);
+  EXPECT_EQ(AP_EC_DPA_SVR_UNAVAILABLE, 32);
+  EXPECT_EQ(AP_EC_LOGIN_REQUIRED, 43);
+  EXPECT_EQ(AP_EC_INVALID_CHAR_ERR, 45);
 }
 
 TEST(Headers, FixedSizesStay) {
