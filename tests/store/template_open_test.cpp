@@ -1,4 +1,4 @@
-// Several editors of one template: whatever the order of their saves, no edit is lost.
+// Several editors of one template, in processes and threads: no edit is lost, no value mixed up.
 // SPDX-License-Identifier: MIT
 #include "template_open.h"
 
@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "store_fixture.h"
@@ -170,6 +171,32 @@ TEST(ManyEditors, LoseNothingWhenTheySaveAtOnce) {
   std::sort(values.begin() + 2, values.end());
   EXPECT_EQ(values, expected);
   EXPECT_EQ(directory.names().size(), 1U);
+}
+
+TEST(ManyThreads, EachHaveTheirOwnValuesAndShareTheFailures) {
+  constexpr int kThreads = 4;
+  constexpr int kTurns = 50;
+  Directory directory;
+  std::string path = directory.write("t.ktp", kStart);
+  std::vector<std::thread> threads;
+  take_failures();
+  for (int number = 0; number < kThreads; ++number) {
+    threads.emplace_back([&] {
+      for (int turn = 0; turn < kTurns; ++turn) {
+        Template tpl(path);
+        EXPECT_EQ(tpl.read_all("s", "one", "list"), (std::vector<std::string>{"x", "y"}));
+        EXPECT_NE(ReadAttributeStringWInvocUseFirstAsString(tpl.get(), "s", "two", "a", TRUE),
+                  nullptr);
+        if (turn % 10 == 0) {
+          EXPECT_FALSE(WriteAttributeStringWInvoc(tpl.get(), "s", "absent", "a", "v"));
+        }
+      }
+      jt_release_values();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::string failures = take_failures();
+  EXPECT_EQ(std::count(failures.begin(), failures.end(), '\n'), kThreads * kTurns / 10);
 }
 
 }  // namespace
