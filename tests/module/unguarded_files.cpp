@@ -77,7 +77,7 @@ TEST_F(Unguarded, ASecondSourceIsCopiedInPlaceOfTheOneThatWasJudged) {
   EXPECT_EQ(stored("/tmp/template/pool/web/B.KTP", "secret", "Word"), (Values{"hidden"}));
 }
 
-TEST_F(Unguarded, AnEmptyCopyNameMakesACopyInNoPool) {
+TEST_F(Unguarded, ACopyWithoutADestinationBelongsToNoPool) {
   Request request{{"ParserFilename", kSource}};
   EXPECT_EQ(copy(request), 1);
   EXPECT_EQ(request.reason(), "Couldn't Copy Template from: " + std::string(kSource) +
