@@ -179,6 +179,7 @@ TEST(ManyThreads, EachHaveTheirOwnValuesAndShareTheFailures) {
   Directory directory;
   std::string path = directory.write("t.ktp", kStart);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   take_failures();
   for (int number = 0; number < kThreads; ++number) {
     threads.emplace_back([&] {
