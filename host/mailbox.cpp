@@ -114,6 +114,7 @@ std::string password_page(const JobAction& job) {
 }
 
 std::optional<Response> Mailbox::refuse_page(const Request& request, const Visit& visit) const {
+  if (!refuse_page_fields(request.query).empty()) return std::nullopt;
   if (auto refusal = refuse_missing(request)) return refusal;
   const std::string* folder = find_field(request.query, "name");
   if (folder == nullptr) return std::nullopt;
@@ -126,7 +127,7 @@ std::optional<Response> Mailbox::refuse_page(const Request& request, const Visit
   JobAction job = {*folder, field(request.query, "subf"), field(request.query, "file"),
                    field(request.query, "action")};
   if (request.path == kFolderPage && !job.subf.empty()) {
-    job.file = job.subf + ".KTP";
+    job.file = directory_job(job.folder, job.subf).file;
     job.action = kOpen;
   } else if (request.path != kActionPage) {
     return std::nullopt;

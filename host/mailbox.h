@@ -36,7 +36,7 @@ class Mailbox {
 
   // Returns the answer to a request for a page that the visitor may not see: that of a private
   // folder which the session has not opened leads to the PIN, that of a job without its password to
-  // the password. Nothing when the page may be shown.
+  // the password. Nothing when the page may be shown, and when its fields are refused anyway.
   std::optional<Response> refuse_page(const Request& request, const Visit& visit) const;
 
   // Whether the folder is public or opened by the visitor's session. A PIN that cannot be read

@@ -63,11 +63,10 @@ void add_file(const fs::directory_entry& entry, std::vector<JobFile>* files) {
   files->push_back({name_of(entry), static_cast<uintmax_t>(status.st_size), status.st_mtime});
 }
 
-Job directory_job(const std::string& folder, const fs::directory_entry& entry) {
+Job read_directory_job(const std::string& folder, const fs::directory_entry& entry) {
   const std::string subf = name_of(entry);
   const std::string part = job_part(subf);
-  const std::string name = part.empty() ? subf : part;
-  Job job = {name, {folder, subf, name + std::string(kSuffix)}, {}};
+  Job job = {part.empty() ? subf : part, directory_job(folder, subf), {}};
   for (const fs::directory_entry& file : entries_of(entry.path())) add_file(file, &job.files);
   return job;
 }
@@ -128,7 +127,7 @@ std::vector<Job> list_jobs(const std::string& folder) {
   std::map<std::string, Job> flat;
   for (const fs::directory_entry& entry : entries_of(folder_directory(folder))) {
     if (is_kind(entry.path(), S_IFDIR)) {
-      jobs.push_back(directory_job(folder, entry));
+      jobs.push_back(read_directory_job(folder, entry));
     } else if (is_kind(entry.path(), S_IFREG)) {
       add_flat(folder, entry, &flat);
     }
@@ -136,6 +135,11 @@ std::vector<Job> list_jobs(const std::string& folder) {
   for (auto& [name, job] : flat) jobs.push_back(std::move(job));
   std::ranges::stable_sort(jobs, {}, &Job::name);
   return jobs;
+}
+
+JobName directory_job(const std::string& folder, const std::string& subf) {
+  const std::string part = job_part(subf);
+  return {folder, subf, (part.empty() ? subf : part) + std::string(kSuffix)};
 }
 
 std::string job_log(const JobName& job) {

@@ -51,6 +51,9 @@ std::string folder_directory(const std::string& folder);
 // The jobs of a folder, sorted by bytes; hidden files and logs are no files of a job.
 std::vector<Job> list_jobs(const std::string& folder);
 
+// The job in a directory of that name, as a whole.
+JobName directory_job(const std::string& folder, const std::string& subf);
+
 // The path of the job's log; empty when it has none that can be named.
 std::string job_log(const JobName& job);
 

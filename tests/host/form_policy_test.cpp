@@ -12,6 +12,8 @@ using Fields = std::vector<Field>;
 constexpr char kSet[] = "/form/HTTP_Parser_Set_fn";
 constexpr char kCopy[] = "/form/HTTP_Parser_Copy_fn";
 constexpr char kDelete[] = "/form/HTTP_Parser_Delete_fn";
+constexpr char kPin[] = "/form/HTTP_Parser_Verify_Mbox_Password_fn";
+constexpr char kJobPassword[] = "/form/HTTP_Parser_Verify_Job_Password_fn";
 constexpr char kWebFile[] = "/tmp/template/pool/web/A.KTP";
 const std::string kPool = "/tmp/template/pool/";
 
@@ -53,6 +55,13 @@ TEST(FormPolicy, KnowsEachFormAndItsLeastRole) {
       {"/do/password", Role::user},
       {"/do/account", Role::administrator},
       {"/do/language", Role::anonymous},
+      {kPin, Role::anonymous},
+      {kJobPassword, Role::anonymous},
+      {"/form/HTTP_Parser_Mbox_Set_Pass_SA_fn", Role::administrator},
+      {"/form/HTTP_Parser_Mbox_Set_Pass_Usr_fn", Role::anonymous},
+      {"/do/job", Role::anonymous},
+      {"/do/folder", Role::administrator},
+      {"/do/mailbox-settings", Role::administrator},
   };
   for (const auto& [path, role] : rows) {
     ASSERT_NE(find_form(path), nullptr) << path;
@@ -246,6 +255,73 @@ TEST(PagePolicy, KnowsThePagesThatAreNotForEverybody) {
   for (const char* path : {"/", "/index.html", "/pool.html", "/template.html", "/login.html"}) {
     EXPECT_EQ(page_role(path), Role::anonymous) << path;
   }
+}
+
+Fields job_fields(const std::string& name, const std::string& value) {
+  Fields fields = {{"name", "anna"}, {"subf", "job7.d"}, {"file", "a.pdf"}, {"action", "dnl"}};
+  for (Field& field : fields) {
+    if (field.first == name) field.second = value;
+  }
+  return fields;
+}
+
+TEST(FormPolicy, LetsGoodMailboxFormsThrough) {
+  const Fields all[] = {job_fields("", ""),
+                        job_fields("subf", ""),
+                        job_fields("action", "del"),
+                        job_fields("name", std::string(62, 'x')),
+                        job_fields("name", "_PUBLIC"),
+                        job_fields("name", "anna's \"=\\\xFF"),
+                        job_fields("subf", std::string(63, 'x')),
+                        job_fields("file", std::string(255, 'x'))};
+  for (const Fields& fields : all) EXPECT_EQ(refusal("/do/job", fields, Role::anonymous), "");
+  EXPECT_EQ(refusal(kPin, {{"name", "anna"}, {"pass", ""}, {"sid", "x"}, {"NextPage", "//x"}}), "");
+  EXPECT_EQ(refusal(kJobPassword, joined(job_fields("action", "opn"), {{"pass", "p"}})), "");
+}
+
+TEST(FormPolicy, RefusesNamesThatWouldLeadToOtherFolders) {
+  const std::pair<Fields, std::string> rows[] = {
+      {job_fields("name", ""), "422 name: The field \"name\" is empty."},
+      {job_fields("name", ".."), "422 name: The field \"name\" holds \"..\"."},
+      {job_fields("name", "a..b"), "422 name: The field \"name\" holds \"..\"."},
+      {job_fields("name", "."),
+       "422 name: The field \"name\" begins with a dot; such files are hidden."},
+      {job_fields("name", "a/b"), "422 name: The field \"name\" holds a slash or \"&\"."},
+      {job_fields("name", "a&b"), "422 name: The field \"name\" holds a slash or \"&\"."},
+      {job_fields("name", "a|O_RDWR"), "422 name: The field \"name\" holds the character \"|\"."},
+      {job_fields("name", "a\nb"), "422 name: The field \"name\" holds a control character."},
+      {job_fields("name", std::string(63, 'x')),
+       "422 name: The field \"name\" is too long; it has at most 62 bytes."},
+      {job_fields("subf", "../bert/job9.d"),
+       "422 subf: The field \"subf\" holds a slash or \"&\"."},
+      {job_fields("subf", std::string(64, 'x')),
+       "422 subf: The field \"subf\" is too long; it has at most 63 bytes."},
+      {job_fields("file", "../../x"), "422 file: The field \"file\" holds a slash or \"&\"."},
+      {job_fields("file", ""), "422 file: The field \"file\" is empty."},
+      {job_fields("action", "opn"),
+       "422 action: The field \"action\" is none of the words it may be: dnl del."},
+      {joined(job_fields("", ""), {{"ParserFilename", kWebFile}}),
+       "422 ParserFilename: The field \"ParserFilename\" is not known to this form; leave it out."},
+  };
+  for (const auto& [fields, text] : rows) EXPECT_EQ(refusal("/do/job", fields), text);
+  EXPECT_EQ(refusal(kJobPassword, {{"name", "anna"}, {"file", "a"}, {"action", "opn"}}),
+            "422 pass: The field \"pass\" is missing; fill it in.");
+}
+
+TEST(FormPolicy, KeepsPinsFromFoldersWhoseNamesTheSettingsCannotHold) {
+  constexpr char kSetPin[] = "/form/HTTP_Parser_Mbox_Set_Pass_SA_fn";
+  const auto fields = [](const std::string& name) {
+    return Fields{{"saUser", name}, {"saPasswd", "1\"2"}, {"repeat", "1\"2"}};
+  };
+  for (const std::string good : {"anna", "Anna B. (2)", "\xC3\xA4", "a;b"}) {
+    EXPECT_EQ(refusal(kSetPin, fields(good)), "") << good;
+  }
+  for (const std::string bad :
+       {"a\"b", "a'b", "a=b", "a\\b", "a&b", "a|b", "a/b", "a\tb", "_PUBLIC", ""}) {
+    EXPECT_NE(refusal(kSetPin, fields(bad)), "") << bad;
+  }
+  EXPECT_EQ(refusal("/do/folder", {{"what", "rename"}, {"name", "a'b"}, {"newName", "a'b"}}),
+            "422 newName: The field \"newName\" holds a quote, \"=\" or a backslash.");
 }
 
 }  // namespace

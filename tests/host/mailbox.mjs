@@ -110,10 +110,8 @@ export class MailboxVisitor extends Visitor {
   }
 
   giveJobPassword(name, subf, file, action, pass, extra = {}) {
-    const query = new URLSearchParams({ name, subf, file, action });
-    const from = `/mailbox/action.php?${query}`;
     const fields = { name, subf, file, action, pass, ...extra };
-    return this.post(from, '/form/HTTP_Parser_Verify_Job_Password_fn', fields);
+    return this.post('/mailbox/index.php', '/form/HTTP_Parser_Verify_Job_Password_fn', fields);
   }
 
   actOnJob(name, subf, file, action, from = '/mailbox/index.php') {

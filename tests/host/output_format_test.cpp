@@ -220,6 +220,7 @@ TEST(FormattedText, RendersAWholeTextInEachFormat) {
   EXPECT_EQ(formatted_text("a<'b", Format::html), "a&lt;&#39;b");
   EXPECT_EQ(formatted_text("a<'b", Format::js), "a\\x3C\\'b");
   EXPECT_EQ(formatted_text("a<'b", Format::json), "\"a\\u003C'b\"");
+  EXPECT_EQ(formatted_text("a<'b\\\"\xFF", Format::php), "'a<\\'b\\\\\"\xFF'");
 }
 
 }  // namespace

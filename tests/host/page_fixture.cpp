@@ -10,8 +10,10 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "device/configuration.h"
 #include "device/log.h"
 #include "device/phrases.h"
+#include "platform/configapi.h"
 #include "platform/log.h"
 #include "platform/server.h"
 
@@ -185,6 +187,10 @@ OutputFunction ParserModule::output_function(const std::string& name) const {
   return nullptr;
 }
 
+OutputFunction ParserModule::upkeep_function(const std::string&) const { return nullptr; }
+
+SilentFormHandler ParserModule::silent_form_handler(const std::string&) const { return nullptr; }
+
 FormHandler ParserModule::form_handler(const std::string& name) const {
   return name.starts_with("HTTP_Parser_") ? handle_form : nullptr;
 }
@@ -193,6 +199,10 @@ void set_log_observer(LogObserver observer, void* context) {
   observer_ = observer;
   observed_ = context;
 }
+
+void set_configuration_author(const std::string&) {}
+
+long configuration_writes(const std::string&) { return 0; }
 
 std::vector<std::string> languages() { return {"de-de", "en-us"}; }
 
@@ -219,3 +229,9 @@ char* Server_Translate_Phrase(const char* phrase, const char* language) {
   if (std::strcmp(phrase, "name?") != 0) return nullptr;
   return std::strcmp(language, "de-de") == 0 ? german : english;
 }
+
+// A device on which nothing is set.
+int Cfg_GetAttrValue(const char*, char*, int) { return CFG_NO_VALUE; }
+int Cfg_GetBoolAttrValue(const char*, bool_t*) { return CFG_NO_VALUE; }
+int Cfg_SetAttrValue(const char*, const char*) { return CFG_OK; }
+int Cfg_SetBoolAttrValue(const char*, bool_t) { return CFG_OK; }

@@ -357,5 +357,81 @@ TEST_F(PageTest, TakesATokenOnlyInsideAFormThatIsPosted) {
   expect_faults("p.html", rows);
 }
 
+const std::string kFolders =
+    "<!--#parser fn=\"HTTP_Parser_Mailbox_List_fn\" arg=\"/tmp/template/pool/mailbox\"-->";
+const std::string kPhpAdvice =
+    "; put it between <?php and ?> in a .php page, outside strings and comments";
+
+TEST_F(PageTest, LetsPhpStandInTheCodeOfPhpPages) {
+  expect_faults("p.php",
+                {
+                    {"<?php " + kFolders + " ?>", ""},
+                    {"<p>it's \" <?php '?>'; " + kFolders, ""},
+                    {"<?= <!--#reason format=\"php\"--> ?>", ""},
+                    {"<?php /* ' */ $a = <!--#jobs format=\"php\"-->; $b = \"{$a}\";", ""},
+                    {"<p title=\"<?= f(\">\") ?>\">" + kGet + "<?php if (1 > 2): ?></p>", ""},
+                    {"<?php f(<<<A\nit's\nA, " + kFolders + ")", ""},
+                });
+}
+
+TEST_F(PageTest, RefusesPhpWhereItWouldNotBeCode) {
+  const auto refused = [](const std::string& at, const std::string& where) {
+    return "p.php:" + at + ": HTTP_Parser_Mailbox_List_fn as \"php\" may not stand " + where +
+           kPhpAdvice;
+  };
+  const std::string in_quotes = "in a string or comment of the PHP";
+  expect_faults("p.php", {
+                             {kFolders, refused("1:1", "in text")},
+                             {"<?php ?>\n" + kFolders, refused("2:1", "in text")},
+                             {"<p title=\"" + kFolders + "\">", refused("1:11", "in an attribute")},
+                             {"<?php '" + kFolders + "'", refused("1:8", in_quotes)},
+                             {"<?php \"" + kFolders + "\"", refused("1:8", in_quotes)},
+                             {"<?php \"{$a[" + kFolders + "]}\"", refused("1:12", in_quotes)},
+                             {"<?php // " + kFolders, refused("1:10", in_quotes)},
+                             {"<?php /* " + kFolders + " */", refused("1:10", in_quotes)},
+                             {"<?php <<<A\n" + kFolders + "\nA;", refused("2:1", in_quotes)},
+                             {"<? " + kFolders + " ?>", refused("1:4", "inside a comment")},
+                         });
+  EXPECT_EQ(faults_of("q.html", "<?php " + kFolders + " ?>"),
+            std::vector<std::string>{"q.html:1:7: HTTP_Parser_Mailbox_List_fn as \"php\" may not "
+                                     "stand inside a comment" +
+                                     kPhpAdvice});
+}
+
+TEST_F(PageTest, RefusesEveryOtherFormatInPhp) {
+  expect_faults(
+      "p.php",
+      {
+          {"<?php $a = " + kGet,
+           "p.php:1:12: HTTP_Parser_Get_fn as \"html\" may not stand in PHP" + kHtmlAdvice},
+          {"<form method=\"post\"><?php <!--#token-->",
+           "p.php:1:27: the tag token as \"html\" may not stand in PHP"
+           "; put it into text"},
+          {"<?php <!--#posted-->",
+           "p.php:1:7: the tag posted as \"json\" may not stand in PHP; put it into a <script "
+           "type=\"application/json\"> block, as a value of its own"},
+          {"<?php 'a", "p.php:1:7: a string, heredoc or comment of the PHP is not closed"},
+      });
+}
+
+TEST_F(PageTest, RefusesTheUpkeepAndTheFormatsOfMailboxListings) {
+  expect_faults(
+      "p.php",
+      {
+          {"<?php <!--#parser fn=\"HTTP_Parser_Update_Templates_fn\"-->",
+           "p.php:1:7: HTTP_Parser_Update_Templates_fn changes templates; the host calls it after "
+           "a "
+           "form that needs it, a tag cannot"},
+          {"<!--#parser fn=\"HTTP_Parser_Mailbox_List_fn\" format=\"html\"-->",
+           "p.php:1:1: HTTP_Parser_Mailbox_List_fn has no format \"html\"; it has \"php\""},
+          {"<!--#parser fn=\"HTTP_Parser_Mbox_Set_Pass_SA_fn\"-->",
+           "p.php:1:1: HTTP_Parser_Mbox_Set_Pass_SA_fn is a form handler; a form posts to it, a "
+           "tag "
+           "cannot call it"},
+          {"<!--#session format=\"json\"-->",
+           "p.php:1:1: the tag session has no format \"json\"; it has \"php\""},
+      });
+}
+
 }  // namespace
 }  // namespace platen
