@@ -257,13 +257,18 @@ test('the settings change what the device asks for when somebody scans', async (
   const device = await startMailbox(t);
   const page = await device.administrator();
   await device.open(page, 'settings.php');
-  assert.match(device.read('anna.KTP', 'mailbox'), folderPrompt);
   const choose = async (answers) => {
     for (const [question, answer] of Object.entries(answers)) {
       await page.getByRole('group', { name: question }).getByLabel(answer).check();
     }
     await follow(page, button(page, 'Save the settings'));
   };
+  await choose({});
+  for (const name of fs.readdirSync(path.join(samples, 'pool/mailbox'))) {
+    const sample = fs.readFileSync(path.join(samples, 'pool/mailbox', name), 'utf8');
+    assert.equal(device.read(name, 'mailbox'), sample, name);
+  }
+  assert.match(device.read('anna.KTP', 'mailbox'), folderPrompt);
   await choose({ 'Public folder': 'No', 'Job passwords': 'No', 'PIN when scanning': 'No' });
   assert.ok(!fs.existsSync(device.path('_PUBLIC.KTP', 'mailbox')));
   assert.doesNotMatch(device.read('anna.KTP', 'mailbox'), folderPrompt);
