@@ -13,6 +13,7 @@ $name = $_GET['name'];
 $isSingle = ($_GET['subf'] ?? '') !== '';
 $jobs = json_decode(<!--#jobs format="php"-->, true);
 $login = json_decode(<!--#login format="php"-->, true);
+$isRefused = json_decode(<!--#posted format="php"-->) !== null;
 $isOpened = $gFolderList->find($name)?->isOpenedBy($sid) ?? false;
 $title = html(folderTitle($name));
 $back = $isSingle ? address('folder.php', ['name' => $name]) : '/mailbox/';
@@ -40,7 +41,7 @@ function size(int $bytes): string
     <!--#include file="parts/mailbox-job.inc"-->
   <?php endforeach ?>
   <?php if ($isOpened && !$isSingle): ?>
-    <details class="card narrow">
+    <details class="card narrow" <?= $isRefused ? 'open' : '' ?>>
       <summary><!--#phrase id="mailbox.pin.change"--></summary>
       <form method="post" action="/form/HTTP_Parser_Mbox_Set_Pass_Usr_fn">
         <!--#token-->

@@ -143,6 +143,44 @@ test('the password of one job that lies flat opens no other', async (t) => {
   assert.deepEqual(await job(page, 'Will').locator('small').allInnerTexts(), ['needs its password']);
 });
 
+test('names and passwords with the signs of PHP and HTML stay data', async (t) => {
+  const signs = `a'b"c $x {$y} <b> #%;?+ é`;
+  const password = `'"\\$x{$y}<?= 1 ?>`;
+  const device = await startMailbox(t, (data) => {
+    const template = path.join(data, 'pool/mailbox', `${signs}.KTP`);
+    fs.cpSync(path.join(data, 'pool/mailbox/reception.KTP'), template);
+    fs.cpSync(template, path.join(data, 'pool/mailbox/fish & chips.KTP'));
+    const directory = spool(data, `${signs}/${signs}.d`);
+    fs.cpSync(spool(data, '_PUBLIC/job7.d'), directory, { recursive: true });
+    const log = fs.readFileSync(path.join(directory, 'job7.KTP'), 'utf8');
+    const escaped = password.replaceAll('\\', '\\\\');
+    const changed = log.replace('blue heron', () => escaped);
+    fs.writeFileSync(path.join(directory, `${signs}.KTP`), changed);
+    fs.rmSync(path.join(directory, 'job7.KTP'));
+    fs.renameSync(path.join(directory, 'job7.pdf'), path.join(directory, `${signs}.pdf`));
+  });
+  const page = await device.visit();
+  await device.open(page, '');
+  assert.deepEqual(await shown(page, '.folders li:has(> .name)'), [
+    'fish & chips\nThis name cannot be opened in a browser.',
+  ]);
+  await follow(page, link(page, signs));
+  assert.deepEqual(await shown(page, 'h1, h2'), [signs, signs]);
+  await follow(page, link(page, `Open ${signs}`));
+  await enterJobPassword(page, password);
+  assert.deepEqual(await shown(page, '.file .name'), [`${signs}.pdf`]);
+  await follow(page, link(page, `Download ${signs}.pdf`));
+  await enterJobPassword(page, password);
+  const { bytes } = await downloaded(page, button(page, 'Download'));
+  assert.ok(bytes.equals(fs.readFileSync(spool(samples, '_PUBLIC/job7.d/job7.pdf'))));
+  await device.open(page, 'folder.php', { name: signs });
+  await follow(page, link(page, `Delete ${signs}`));
+  await enterJobPassword(page, password);
+  await follow(page, button(page, 'Delete'));
+  assert.deepEqual(fs.readdirSync(spool(device.data, signs)), []);
+  assert.deepEqual(page.faults, []);
+});
+
 test('a job without a log that the device finds stays locked', async (t) => {
   const device = await startMailbox(t);
   const page = await device.visit();
@@ -194,11 +232,11 @@ test('whoever has opened a folder changes its PIN', async (t) => {
   await device.open(page, 'pin.php', { name: 'anna' });
   await enterPin(page, '2468');
   const change = async (pin, repeat) => {
-    await page.getByText('Change the PIN').first().click();
     await page.getByLabel('New PIN', { exact: true }).fill(pin);
     await page.getByLabel('New PIN again').fill(repeat);
     await follow(page, button(page, 'Change the PIN'));
   };
+  await page.locator('summary').click();
   await change('8642', '8643');
   assert.equal((await shown(page, '.reason')).length, 1);
   await change('8642', '8642');
