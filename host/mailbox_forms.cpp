@@ -103,11 +103,17 @@ JobAction job_action(const Post& post) {
   return {value(post, "name"), value(post, "subf"), value(post, "file"), value(post, "action")};
 }
 
+Outcome ask_for_pin(const std::string& folder) {
+  Outcome outcome = success("", pin_page(folder));
+  outcome.wrong = "the folder is not open";
+  return outcome;
+}
+
 // Nothing when the visitor may name the folder.
 std::optional<Outcome> refuse_folder(const std::string& folder, const Context& context) {
   if (!folder_exists(folder)) return no_folder(folder, "name");
   if (context.mailbox.is_open(folder, context.visit)) return std::nullopt;
-  return success("", pin_page(folder));
+  return ask_for_pin(folder);
 }
 
 Outcome check_job_password(const Post& post, const Context& context) {
@@ -194,7 +200,7 @@ Outcome change_own_pin(const Post& post, const Context& context) {
         403, "The folder " + quoted(folder) + " has no PIN; an administrator may give it one.",
         "unsafeUser");
   }
-  if (!context.mailbox.is_open(folder, context.visit)) return success("", pin_page(folder));
+  if (!context.mailbox.is_open(folder, context.visit)) return ask_for_pin(folder);
   if (value(post, "unsafePasswd").empty()) {
     return refusal(422, "The new PIN is empty; only an administrator may remove it.",
                    "unsafePasswd");

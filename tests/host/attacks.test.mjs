@@ -450,6 +450,19 @@ test('forms by other methods, and unknown forms', async (t) => {
   });
 });
 
+test('a mailbox folder that is not open', async (t) => {
+  const { platend, admin } = await startWithAdmin(t);
+  const setPin = '/form/HTTP_Parser_Mbox_Set_Pass_SA_fn';
+  await admin.post('/index.html', setPin, { saUser: 'M', saPasswd: '2468', repeat: '2468' });
+  const job = { name: 'M', file: 'scan.pdf', action: 'del' };
+  const answer = await new Visitor(platend).post('/index.html', '/do/job', job);
+  assert.deepEqual([answer.status, answer.headers.location], [303, '/mailbox/pin.php?name=M']);
+  await platend.stop();
+  const state = path.join(platend.data, 'state');
+  const files = fs.readdirSync(state).map((name) => fs.readFileSync(path.join(state, name), 'latin1'));
+  assert.ok(files.some((bytes) => bytes.includes('jobMrefused: the folder is not open')));
+});
+
 test('what is refused is shown to nobody else', async (t) => {
   const { platend, admin } = await startWithAdmin(t);
   const refused = await admin.post(editPage, set, [...edit, ['x', 'private']]);
