@@ -189,10 +189,11 @@ std::string help_text() {
       "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n"
       "       platend [OPTION]... config list|get|set [KEY [VALUE]]\n\n"
       "It starts lighttpd as its web server, answers the pages with a few worker processes\n"
-      "of its own, and prints the address once it serves. Ctrl-C stops everything. At its first "
-      "start it makes the\n"
-      "account \"admin\" and prints its password. With \"account\" it manages the accounts of the\n"
-      "same --data or --state, with \"config\" the device's settings there, and ends.\n\n"
+      "of its own, and prints the address once it serves. Ctrl-C stops everything.\n\n"
+      "At its first start it makes the account \"admin\" and prints its password. With "
+      "\"account\"\n"
+      "it manages the accounts of the same --data or --state, with \"config\" the device's\n"
+      "settings there, and ends.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
     std::string line = "  " + std::string(row.name) + " " + std::string(row.value);

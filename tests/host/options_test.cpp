@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace platen {
 namespace {
 
@@ -98,6 +100,11 @@ TEST(Options, AreAllExplainedInTheHelp) {
     const std::string name = "\n  " + argument.substr(0, argument.find('=')) + " ";
     EXPECT_NE(help.find(name), std::string::npos) << name;
   }
+}
+
+TEST(Options, HaveAHelpThatFitsATerminal) {
+  std::istringstream help(help_text());
+  for (std::string line; std::getline(help, line);) EXPECT_LE(line.size(), 100U) << line;
 }
 
 }  // namespace
