@@ -28,8 +28,8 @@ std::string Handover::key_of(std::string_view cookie, std::string_view name) con
   return key_.hash(std::string(cookie).append(name));
 }
 
-void Handover::leave(std::string_view cookie, std::string_view name, std::string_view text) {
-  if (text.size() > kLongestText) return;
+bool Handover::leave(std::string_view cookie, std::string_view name, std::string_view text) {
+  if (text.size() > kLongestText) return false;
   const int64_t now = clock_();
   Transaction transaction(database_);
   database_.run("INSERT OR REPLACE INTO handover (key, left, sealed) VALUES (?1, ?2, ?3)",
@@ -38,6 +38,7 @@ void Handover::leave(std::string_view cookie, std::string_view name, std::string
       "DELETE FROM handover WHERE abs(?1 - left) > ?2 OR number <= last_insert_rowid() - ?3", now,
       kKeptSeconds, kKept);
   transaction.commit();
+  return true;
 }
 
 std::string Handover::take(std::string_view cookie, std::string_view name) {

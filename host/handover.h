@@ -22,9 +22,9 @@ class Handover {
   // Requires `database` to outlive the object.
   explicit Handover(Database& database, Clock clock = system_time);
 
-  // Leaves a text for the holder of the cookie under a name, in place of one left before. Texts of
-  // more than 256 KiB are not kept. The latest 100 are, for an hour at most.
-  void leave(std::string_view cookie, std::string_view name, std::string_view text);
+  // Leaves a text for the holder of the cookie under a name, in place of one left before. Returns
+  // whether it is kept: texts of more than 256 KiB are not. The latest 100 are, for an hour at most.
+  bool leave(std::string_view cookie, std::string_view name, std::string_view text);
 
   // Takes the text that was left, once; "" when there is none.
   std::string take(std::string_view cookie, std::string_view name);

@@ -20,6 +20,7 @@ struct Request {
   std::string method;        // "GET", "HEAD", "POST"
   std::string path;          // decoded, begins with "/"
   std::vector<Field> query;  // decoded, in order, repeated names kept
+  std::string fault;         // why the two cannot be read to their ends; empty when they can
   std::string language;      // Accept-Language
   std::string cookie;
   std::string host;

@@ -15,6 +15,8 @@ constexpr std::string_view kPasswordPage = "/password.html";
 constexpr std::string_view kNextPage = "NextPage";
 constexpr std::string_view kNotice = "notice";
 constexpr std::string_view kAsk = "Go back, or ask an administrator.";
+constexpr std::string_view kNotKept =
+    "You are not logged in, and what you typed is too long to be kept. Log in and type it again.";
 constexpr std::string_view kEnded = "Your session has ended. Log in again.";
 
 std::string kept_name(const std::string& address) { return "post " + address; }
@@ -57,7 +59,10 @@ Response PageViews::show(const Request& request, Visit* visit) {
   }
   if (visit->role() >= page_role(request.path)) {
     Response response = view(request, nullptr, visit);
-    if (response.status == 400) record(request, refuse_page_fields(request.query), visit);
+    if (response.status == 400) {
+      const std::string fault = refuse_page_fields(request.query);
+      record(request, fault.empty() ? "a field is missing" : fault, visit);
+    }
     return response;
   }
   if (visit->role() == Role::anonymous) {
@@ -73,25 +78,29 @@ Response PageViews::show_again(const std::string& address, const Refused& refuse
   if (!decode_target(address, &request.path, &request.query, &fault)) {
     return error_response(refused.status, refused.reason, kAsk);
   }
+  if (visit->must_change() && request.path != kPasswordPage) {
+    visit->leave(kNotice, refused.reason);
+    keep(address, json_text(refused.posted), visit);
+    return redirection(std::string(kPasswordPage));
+  }
   if (visit->role() < page_role(request.path)) return show_login(address, refused, visit);
   return view(std::move(request), &refused, visit);
 }
 
-Response PageViews::show_login(const std::string& address, const Refused& refused, Visit* visit) {
+Response PageViews::show_login(const std::string& address, Refused refused, Visit* visit) {
+  if (!keep(address, json_text(refused.posted), visit)) refused.reason = kNotKept;
   Request request;
   request.path = kLoginPage;
   request.query = {{std::string(kNextPage), address}};
-  Response response = view(std::move(request), &refused, visit);
-  keep(address, json_text(refused.posted), visit);
-  return response;
+  return view(std::move(request), &refused, visit);
 }
 
 std::string PageViews::take_kept(const std::string& address, Visit* visit) {
   return visit->take(kept_name(address));
 }
 
-void PageViews::keep(const std::string& address, const std::string& posted, Visit* visit) {
-  visit->leave(kept_name(address), posted);
+bool PageViews::keep(const std::string& address, const std::string& posted, Visit* visit) {
+  return visit->leave(kept_name(address), posted);
 }
 
 Response PageViews::view(Request request, const Refused* refused, Visit* visit) {

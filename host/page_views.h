@@ -33,17 +33,18 @@ class PageViews {
   Response show(const Request& request, Visit* visit);
 
   // Shows the page at `address` again after its form was refused, with the status of the refusal.
-  // A page that has no place for the reason gives way to a plain one.
+  // A page that has no place for the reason gives way to a plain one. Who has a password to choose
+  // is sent there; what was typed is kept, as for a login.
   Response show_again(const std::string& address, const Refused& refused, Visit* visit);
 
   // Shows the login instead of a page that needs one. What was typed is kept for the visitor, and
-  // shown in the page at `address` after the login.
-  Response show_login(const std::string& address, const Refused& refused, Visit* visit);
+  // shown in the page at `address` after the login; when it cannot be kept the reason says so.
+  Response show_login(const std::string& address, Refused refused, Visit* visit);
 
   // What was kept of a post for the page at `address`, as JSON; "" when nothing was. It is taken
-  // out, and kept again under the new cookie when the visitor logs in.
+  // out, and kept again under the new cookie when the visitor logs in. keep() returns whether it is.
   static std::string take_kept(const std::string& address, Visit* visit);
-  static void keep(const std::string& address, const std::string& posted, Visit* visit);
+  static bool keep(const std::string& address, const std::string& posted, Visit* visit);
 
  private:
   Response view(Request request, const Refused* refused, Visit* visit);

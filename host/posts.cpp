@@ -69,9 +69,8 @@ class PostRun {
 
   const Post& post() const { return post_; }
 
-  // What the sender lacks, so that another page than that of the form is shown.
+  // Whether the login is shown instead of the form's page.
   bool needs_login() const { return needs_login_; }
-  bool needs_password() const { return needs_password_; }
 
   // What had been typed, as pages get it.
   Json posted(const Outcome& outcome) const {
@@ -124,8 +123,7 @@ class PostRun {
       return refusal(403, "Only an administrator may do this. Log in as one.");
     }
     const bool leads_out = post_.form.path == "/do/password" || post_.form.path == "/do/logout";
-    needs_password_ = visit_.must_change() && !leads_out;
-    if (!needs_password_) return std::nullopt;
+    if (!visit_.must_change() || leads_out) return std::nullopt;
     return refusal(403, "Choose a password of your own first.");
   }
 
@@ -167,7 +165,6 @@ class PostRun {
   Visit& visit_;
   Post post_;
   bool needs_login_ = false;
-  bool needs_password_ = false;
   std::optional<StateLock> name_lock_;
 };
 
@@ -214,9 +211,8 @@ Response Posts::answer(const FormRule& form, const Request& request, Visit* visi
 
 Response Posts::respond(const PostRun& run, const Outcome& outcome, Visit* visit) {
   const std::string& page = run.post().page;
-  if (outcome.done() || run.needs_password()) {
+  if (outcome.done()) {
     if (!outcome.text.empty()) visit->leave("notice", outcome.text);
-    if (run.needs_password()) return redirection("/password.html");
     if (!outcome.file.empty()) return file_response(outcome.file);
     return redirection(outcome.next_page.empty() ? next_page(run.post(), page) : outcome.next_page);
   }

@@ -61,6 +61,10 @@ Response Service::serve(const Request& request) {
 }
 
 Response Service::answer(const Request& request, Visit* visit) {
+  if (!request.fault.empty()) {
+    visit->record(visit->account().name, request.path, "", "refused: " + request.fault);
+    return error_response(400, request.fault, "Check the address.");
+  }
   const bool is_post = request.method == "POST";
   if (!is_form_path(request.path)) {
     if (!is_post && (request.method == "GET" || request.method == "HEAD")) {

@@ -96,12 +96,13 @@ void Visit::record(const std::string& login, const std::string& action, const st
   }
 }
 
-void Visit::leave(std::string_view name, std::string_view text) {
+bool Visit::leave(std::string_view name, std::string_view text) {
   need_cookie();
   try {
-    visitors_.handover.leave(cookie_, name, text);
+    return visitors_.handover.leave(cookie_, name, text);
   } catch (const DatabaseError& error) {
     log_error(std::string("the next page will not say what was done: ") + error.what());
+    return false;
   }
 }
 

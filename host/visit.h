@@ -73,8 +73,9 @@ class Visit {
   void record(const std::string& login, const std::string& action, const std::string& object,
               const std::string& outcome);
 
-  // Leaves a text for a page that comes after this one; a failure is logged and changes nothing.
-  void leave(std::string_view name, std::string_view text);
+  // Leaves a text for a page that comes after this one. Returns whether it is kept; a failure is
+  // logged and changes nothing.
+  bool leave(std::string_view name, std::string_view text);
 
   // Takes what was left, once.
   std::string take(std::string_view name);

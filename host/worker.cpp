@@ -13,7 +13,6 @@
 #include <cstring>
 #include <utility>
 
-#include "error_page.h"
 #include "fastcgi_response.h"
 #include "last_answer.h"
 #include "query.h"
@@ -98,10 +97,7 @@ Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
   request.secure = parameter(fastcgi, "HTTPS") == "on";
   request.content_length = announced_length(fastcgi);
   request.body = std::move(body);
-  std::string fault;
-  if (!decode_target(parameter(fastcgi, "REQUEST_URI"), &request.path, &request.query, &fault)) {
-    return error_response(400, fault, "Check the address.");
-  }
+  decode_target(parameter(fastcgi, "REQUEST_URI"), &request.path, &request.query, &request.fault);
   show_request(request, state);
   return service->serve(request);
 }

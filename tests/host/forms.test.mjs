@@ -46,9 +46,9 @@ test('the first login is printed once and leads to a password of its own', async
   const admin = new Visitor(platend);
   assertDone(await admin.logIn('admin', platend.firstPassword), '/password.html');
   assertDone(await admin.get('/index.html'), '/password.html');
-  assertDone(await admin.post('/password.html', copy), '/password.html');
   const page = await admin.get('/password.html');
   assert.equal(page.notice, 'Choose a password of your own first.');
+  assertRefused(await admin.post('/password.html', copy), 403, 'Choose a password of your own first.');
   assert.deepEqual(page.login, { name: 'admin', role: 'administrator', mustChange: true });
   const next = { new: adminPassword, repeat: adminPassword };
   const wrong = await admin.post('/password.html', '/do/password', { old: 'x', ...next });

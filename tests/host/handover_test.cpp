@@ -61,9 +61,9 @@ TEST_F(HandoverTest, KeepsTheLatestHundredAndNothingTooLong) {
   EXPECT_EQ(rows(), 100);
   EXPECT_EQ(handover_.take("cookie 0", "notice"), "");
   EXPECT_EQ(handover_.take("cookie 1", "notice"), "x");
-  handover_.leave("cookie", "post", std::string(256 * 1024, 'x'));
+  EXPECT_TRUE(handover_.leave("cookie", "post", std::string(256 * 1024, 'x')));
   EXPECT_EQ(handover_.take("cookie", "post").size(), 256U * 1024);
-  handover_.leave("cookie", "post", std::string(256 * 1024 + 1, 'x'));
+  EXPECT_FALSE(handover_.leave("cookie", "post", std::string(256 * 1024 + 1, 'x')));
   EXPECT_EQ(handover_.take("cookie", "post"), "");
 }
 

@@ -31,7 +31,8 @@ std::string between(const std::string& text, const std::string& begin, const std
 class ServiceTest : public PageFixture {
  protected:
   ServiceTest() {
-    for (const char* page : {"index.html", "login.html", "edit.html", "accounts.html"}) {
+    for (const char* page : {"index.html", "login.html", "edit.html", "accounts.html",
+                             "password.html", "mailbox/pin.php"}) {
       write(page, kPage);
     }
   }
@@ -156,6 +157,12 @@ TEST_F(ServiceTest, LeavesOneAuditEntryForEachRefusal) {
   get(kDelete);
   get("/index.html", {{"x", "y"}});
   get("/accounts.html");
+  get("/mailbox/pin.php");
+  Request broken;
+  broken.method = "GET";
+  broken.path = "/index.html";
+  broken.fault = "The field \"x\" holds a NUL byte.";
+  EXPECT_EQ(send(broken).status, 400);
   Request forged;
   forged.method = "POST";
   forged.path = kDelete;
@@ -175,10 +182,45 @@ TEST_F(ServiceTest, LeavesOneAuditEntryForEachRefusal) {
           who + kDelete + " : refused: method GET",
           who + "/index.html : refused: The field \"x\" is not known to any page; leave it out.",
           who + "/accounts.html : refused: only for administrators",
+          who + "/mailbox/pin.php : refused: a field is missing",
+          who + "/index.html : refused: The field \"x\" holds a NUL byte.",
           who + "HTTP_Parser_Delete_fn : refused: The form was not sent from a page of this "
                 "device. Open its page here and send it from there.",
       }));
   EXPECT_TRUE(module_double().calls.empty() || module_double().calls.front() != "Form()");
+}
+
+TEST_F(ServiceTest, SaysWhenWhatWasTypedCannotBeKeptForALogin) {
+  const std::string typed(256 * 1024, 'x');
+  const Response response =
+      post("/form/HTTP_Parser_Set_fn", "AttributeValue=" + typed, "/edit.html");
+  EXPECT_EQ(response.status, 403);
+  EXPECT_EQ(between(response.body, "<i>", "</i>"),
+            "You are not logged in, and what you typed is too long to be kept. Log in and type it "
+            "again.");
+  log_in(Role::user);
+  EXPECT_EQ(between(get("/edit.html").body, "json\">", "</script>"), "null");
+}
+
+TEST_F(ServiceTest, KeepsWhatWasTypedUntilAPasswordIsChosen) {
+  log_in(Role::administrator);
+  visitors_.database.run("UPDATE account SET must_change = 1");
+  Request request;
+  request.method = "POST";
+  request.path = kDelete;
+  request.origin = "http://device";
+  request.content_type = "application/x-www-form-urlencoded";
+  request.body = "token=" + visitors_.sessions.make_token(new_cookie(), "/accounts.html") +
+                 "&ParserFilename=typed";
+  request.content_length = request.body.size();
+  const Response response = send(request);
+  EXPECT_EQ(response.status, 303);
+  EXPECT_EQ(header(response, "Location"), "/password.html");
+  EXPECT_EQ(between(get("/password.html").body, "<b>", "</b>"),
+            "The form was made for another session, perhaps before a login or logout; open its "
+            "page again and send it from there.");
+  visitors_.database.run("UPDATE account SET must_change = 0");
+  EXPECT_NE(get("/accounts.html").body.find("\"value\":\"typed\""), std::string::npos);
 }
 
 TEST_F(ServiceTest, AuditsALoginByTheNameThatWasRightOnly) {
