@@ -96,6 +96,7 @@ constexpr const char kDisabled[] =
 
 // One run, reached by the callbacks through the engine's context pointer.
 struct Run {
+  const std::string& name;
   PhpResult result;
   std::string_view unread;  // of the page's text
 };
@@ -133,7 +134,9 @@ bool append_output(const char* text, size_t length) {
     run->result.output.append(text, length);
     return true;
   }
-  if (run->result.fault.empty()) run->result.fault = "the page prints more than 16 MiB";
+  if (run->result.fault.empty()) {
+    run->result.fault = run->name + ": the page prints more than 16 MiB";
+  }
   return false;
 }
 
@@ -221,8 +224,7 @@ bool start_php() {
 }
 
 PhpResult run_php(const std::string& name, const std::string& text, std::string query) {
-  Run run;
-  run.unread = text;
+  Run run = {name, {}, text};
   SG(server_context) = &run;
   SG(options) |= SAPI_OPTION_NO_CHDIR;
   SG(request_info) = {};

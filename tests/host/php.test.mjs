@@ -8,11 +8,11 @@ const fine = '<!DOCTYPE html><title>fine</title><p><?= htmlspecialchars($_GET["S
 
 const faulty = {
   'error.php': ['<p>part</p><?php nothing();', /error\.php line 1: Uncaught Error: Call to undefined function nothing\(\)/],
-  'syntax.php': ['<p>part</p><?php if (', /syntax\.php line 1: syntax error/],
+  'syntax.php': ['<p>part</p><?php if', /syntax\.php line 1: syntax error/],
   'loop.php': ['<p>part</p><?php while (true);', /loop\.php line 1: Maximum execution time of 2 seconds exceeded/],
   'memory.php': ['<p>part</p><?php $a = []; while (true) $a[] = str_repeat("x", 100000);', /memory\.php line 1: Allowed memory size of 33554432 bytes exhausted/],
   'deep.php': ['<p>part</p><?php function f() { f(); } f();', /deep\.php line 1: Allowed memory size/],
-  'flood.php': ['<?php while (true) echo str_repeat("x", 1000000);', /the page prints more than 16 MiB/],
+  'flood.php': ['<?php while (true) echo str_repeat("x", 1000000);', /flood\.php: the page prints more than 16 MiB/],
 };
 
 const pages = { 'fine.php': fine, ...Object.fromEntries(Object.entries(faulty).map(([name, [text]]) => [name, text])) };

@@ -189,7 +189,8 @@ TEST_F(PhpTest, TellsTheFaultOfAPageAndShowsNothingOfIt) {
       {"shown <?php if", place + "1: syntax error, unexpected end of file"},
       {"<?php $a = ''; while (true) $a .= str_repeat('x', 1 << 20);",
        place + "1: Allowed memory size of 33554432 bytes exhausted"},
-      {"<?php while (true) echo str_repeat('x', 1 << 20);", "the page prints more than 16 MiB"},
+      {"<?php while (true) echo str_repeat('x', 1 << 20);",
+       "dir/page.php: the page prints more than 16 MiB"},
       {"shown <?php while (true);", place + "1: Maximum execution time of 2 seconds exceeded"},
       {"<?php trigger_error('mine', E_USER_ERROR);", place + "1: mine"},
   };
