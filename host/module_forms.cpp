@@ -173,6 +173,13 @@ Outcome review(const ParserModule& module, const Post& post, std::vector<FormFie
   return {};
 }
 
+// The handler does not say why a source cannot be copied.
+Outcome with_source_fault(Outcome copied, const ParserModule& module, const std::string& source) {
+  ModuleRequest request(module, {}, "");
+  if (const std::string fault = request.open(source); !fault.empty()) copied.text += "\n" + fault;
+  return copied;
+}
+
 }  // namespace
 
 Outcome call_form_handler(const ParserModule& module, std::string_view name,
@@ -204,6 +211,8 @@ Outcome run_module_form(const ParserModule& module, const Post& post, const Visi
   if (outcome.done()) {
     outcome.text =
         notice(post.form.act, source_path(post.fields), destination_path(post.form, post.fields));
+  } else if (post.form.act == Act::copies) {
+    return with_source_fault(std::move(outcome), module, source_path(post.fields));
   }
   return outcome;
 }
@@ -216,7 +225,7 @@ Outcome rename_template(const ParserModule& module, const Post& post, const Visi
   const Field to = {in_mailbox_pool ? "CopyParserFilenameMailbox" : "CopyParserFilename",
                     field_value(post.fields, "NewName")};
   Outcome outcome = call_form_handler(module, "HTTP_Parser_Copy_fn", {from, to}, visit);
-  if (!outcome.done()) return outcome;
+  if (!outcome.done()) return with_source_fault(std::move(outcome), module, source);
   outcome = call_form_handler(module, "HTTP_Parser_Delete_fn", {from}, visit);
   if (!outcome.done()) {
     outcome.text = quoted_name(destination) + " was made, but " + quoted_name(source) +

@@ -278,7 +278,12 @@ test('a copy that fails says why in words', async (t) => {
   const { admin } = await startWithAdmin(t);
   const gone = `${webPool}/Gone.KTP`;
   const answer = await admin.post('/index.html', copy, { ParserFilename: gone, CopyParserFilename: 'C.KTP' });
-  assertRefused(answer, 422, `Couldn't Copy Template from: ${gone} to ${webPool}/C.KTP.`);
+  assertRefused(
+    answer,
+    422,
+    `Couldn't Copy Template from: ${gone} to ${webPool}/C.KTP.\n` +
+      `${gone}: it cannot be opened: No such file or directory`,
+  );
 });
 
 test('a template is deleted, and a second time is told', async (t) => {
@@ -306,7 +311,12 @@ test('a rename moves the template within its pool; a failed one leaves it', asyn
   assert.equal(stored(platend, 'mailbox/M.KTP'), null);
   assert.match(stored(platend, 'mailbox/N.KTP'), /= N.KTP\n/);
   fs.writeFileSync(path.join(platend.data, 'pool/web/C.KTP'), 'broken\n');
-  assert.equal((await rename(`${webPool}/C.KTP`, 'D.KTP')).status, 422);
+  assertRefused(
+    await rename(`${webPool}/C.KTP`, 'D.KTP'),
+    422,
+    `Couldn't Copy Template from: ${webPool}/C.KTP to ${webPool}/D.KTP.\n` +
+      `${webPool}/C.KTP:1:1: an attribute needs an invocation above it`,
+  );
   assert.equal(stored(platend, 'web/C.KTP'), 'broken\n');
   assert.equal((await rename(`${webPool}/B.KTP`, 'C.KTP')).status, 409);
   assert.equal((await rename(`${webPool}/B.KTP`, 'C.KTP', { replace: 'yes' })).status, 303);
