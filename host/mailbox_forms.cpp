@@ -295,7 +295,7 @@ Outcome delete_folder(const Post& post, const Context& context) {
                    "jobs");
   }
   if (!begin_upkeep() || !context.mailbox.close_folder(folder)) return not_stored();
-  const Outcome deleted = delete_folder_template(context, folder);
+  Outcome deleted = delete_folder_template(context, folder);
   if (!deleted.done()) return deleted;
   std::error_code fault;
   fs::remove_all(folder_directory(folder), fault);

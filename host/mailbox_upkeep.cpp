@@ -75,7 +75,7 @@ std::string listed(std::string_view word, const Prompts& from, const Prompts& in
   std::string names;
   for (const std::string& prompt : from) {
     if (std::ranges::find(in, prompt) != in.end()) continue;
-    names += (names.empty() ? "" : ", ") + ('"' + prompt + '"');
+    names.append(names.empty() ? "\"" : ", \"").append(prompt).append("\"");
   }
   return names.empty() ? "" : " " + std::string(word) + " " + names + ".";
 }
@@ -90,10 +90,10 @@ std::string changes(const std::map<std::string, Prompts>& before,
     const std::string text = (is_new ? " made." : "") +
                              listed("added", prompts, is_new ? none : old->second) +
                              listed("removed", is_new ? none : old->second, prompts);
-    if (!text.empty()) lines += folder + ".KTP:" + text + "\n";
+    if (!text.empty()) lines.append(folder).append(".KTP:").append(text).append("\n");
   }
   for (const auto& [folder, prompts] : before) {
-    if (!after.contains(folder)) lines += folder + ".KTP: removed.\n";
+    if (!after.contains(folder)) lines.append(folder).append(".KTP: removed.\n");
   }
   return lines.empty() ? "No template had to change.\n" : lines;
 }

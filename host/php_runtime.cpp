@@ -17,7 +17,7 @@ namespace platen {
 namespace {
 
 constexpr const char* kSource = "php_runtime.cpp";
-constexpr size_t kLongestOutput = 16 * 1024 * 1024;
+constexpr size_t kLongestOutput = size_t{16} * 1024 * 1024;
 constexpr int kFatal =
     E_ERROR | E_PARSE | E_CORE_ERROR | E_COMPILE_ERROR | E_USER_ERROR | E_RECOVERABLE_ERROR;
 
