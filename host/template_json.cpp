@@ -14,9 +14,10 @@ class TemplateCollector {
                    const char* attribute, const char* type, bool_t compulsory, int /*line*/,
                    const char* value) {
     auto* self = static_cast<TemplateCollector*>(context);
-    Json& in_service = self->member(self->services, service, "invocations");
-    Json& in_invocation = self->member(in_service["invocations"], invocation, "attributes");
-    Json& found = self->member(in_invocation["attributes"], attribute, "values");
+    Json& in_service = self->services_.member(self->services, service, "invocations");
+    Json& in_invocation =
+        self->invocations_.member(in_service["invocations"], invocation, "attributes");
+    Json& found = self->attributes_.member(in_invocation["attributes"], attribute, "values");
     found["type"] = json_name(type);
     found["compulsory"] = compulsory != FALSE;
     if (value != nullptr) found["values"].push_back(json_name(value));
@@ -26,15 +27,28 @@ class TemplateCollector {
   Json services = Json::array();
 
  private:
-  // The object of that name in `list`, added when it is not there. It is the last one or new: the
-  // walk goes in the order of the file, in which no name stands twice.
-  Json& member(Json& list, const char* name, const char* content) {
-    const std::string text = json_name(name);
-    if (list.empty() || list.back()["name"].get_ref<const std::string&>() != text) {
-      list.push_back({{"name", text}, {content, Json::array()}});
+  // The objects of one kind. The latest name is kept as it is stored, as several that are not UTF-8
+  // look the same in JSON.
+  class Members {
+   public:
+    // The object of that name in `list`, added when it is not there. It is the last one or new: the
+    // walk goes in the order of the file, in which no name stands twice.
+    Json& member(Json& list, const char* name, const char* content) {
+      const std::string_view text = name == nullptr ? "" : name;
+      if (list.empty() || latest_ != text) {
+        list.push_back({{"name", valid_utf8(text)}, {content, Json::array()}});
+        latest_ = text;
+      }
+      return list.back();
     }
-    return list.back();
-  }
+
+   private:
+    std::string latest_;
+  };
+
+  Members services_;
+  Members invocations_;
+  Members attributes_;
 };
 
 }  // namespace

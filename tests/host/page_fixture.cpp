@@ -146,7 +146,8 @@ int walk(TemplateObject*, jt_visit visit, void* context) {
     visit(context, "general", "one", "List", "enum_x", FALSE, 2, value.c_str());
   }
   visit(context, "general", "two", "Empty", "string", FALSE, 3, nullptr);
-  visit(context, "file", "one", "Name", "string", FALSE, 4, "x");
+  visit(context, "file", "one", "Name\xFE", "string", FALSE, 4, "x");
+  visit(context, "file", "one", "Name\xFF", "string", FALSE, 5, "y");
   return 0;
 }
 

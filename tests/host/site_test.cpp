@@ -204,7 +204,8 @@ TEST_F(SiteTest, PrintsTheOpenTemplateAsJson) {
                  R"({"name":"two","attributes":[)"
                  R"({"name":"Empty","values":[],"type":"string","compulsory":false}]}]},)"
                  R"({"name":"file","invocations":[{"name":"one","attributes":[)"
-                 R"({"name":"Name","values":["x"],"type":"string","compulsory":false}]}]}]})"));
+                 R"({"name":"Name�","values":["x"],"type":"string","compulsory":false},)"
+                 R"({"name":"Name�","values":["y"],"type":"string","compulsory":false}]}]}]})"));
 }
 
 TEST_F(SiteTest, PrintsNullForATemplateThatIsNotOpen) {
