@@ -120,6 +120,8 @@ Response PageViews::view(Request request, const Refused* refused, Visit* visit) 
 Json PageViews::value_of(const PageTag& tag, const Request& request, const Refused* refused,
                          Visit* visit) const {
   const std::string address = page_address(request.path, request.query);
+  // What is told once must not be lost to a request whose answer nobody sees.
+  const bool is_shown = request.method != "HEAD";
   switch (tag.kind) {
     case TagKind::reason:
       if (refused != nullptr) return valid_utf8(refused->reason);
@@ -130,9 +132,9 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
       return login_value(*visit, tag.format);
     case TagKind::posted:
       if (refused != nullptr) return refused->posted;
-      return parsed(take_kept(address, visit));
+      return is_shown ? parsed(take_kept(address, visit)) : Json();
     case TagKind::notice:
-      return text_or_null(visit->take(kNotice), tag.format);
+      return text_or_null(is_shown ? visit->take(kNotice) : "", tag.format);
     case TagKind::accounts:
       return accounts(*visit);
     case TagKind::jobs:

@@ -100,6 +100,10 @@ TEST_F(ServiceTest, HandsAFormToItsHandlerInOrderAndWithoutTheHostsFields) {
                                       "CopyParserFilename=B.KTP"}));
   EXPECT_EQ(module_double().login, "erika");
   EXPECT_EQ(module_double().language, "en-us");
+  Request head;
+  head.method = "HEAD";
+  head.path = "/index.html";
+  EXPECT_EQ(send(head).status, 200);
   EXPECT_EQ(between(get("/").body, "<b>", "</b>"), "Copied to &quot;B.KTP&quot;.");
   EXPECT_EQ(audit(), (std::vector<std::string>{std::string("erika 192.0.2.1 HTTP_Parser_Copy_fn ") +
                                                kFile + ": done"}));
