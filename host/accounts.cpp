@@ -193,6 +193,7 @@ std::string Accounts::reset(std::string_view name, std::string* password) {
   if (!find(name)) return unknown_account(name);
   *password = random_password();
   store_password(name, hash_password(*password, cost_), true, "");
+  throttle_.forget(subject_of(name));
   return "";
 }
 

@@ -80,7 +80,8 @@ class Accounts {
   // and the signs . _ - @ and begins with a letter or digit.
   std::string add(std::string_view name, Role role, std::string* password);
 
-  // Gives an account a new password in `password` and ends its sessions.
+  // Gives an account a new password in `password`, ends its sessions and forgets its failed logins,
+  // so that whoever was locked out can log in at once.
   std::string reset(std::string_view name, std::string* password);
 
   // Disabling ends the account's sessions; the last enabled administrator stays.

@@ -81,4 +81,10 @@ void Throttle::succeeded(std::string_view subject, std::string_view address) {
   transaction.commit();
 }
 
+// A subject's counters begin with its hash, which has a fixed length.
+void Throttle::forget(std::string_view subject) {
+  database_.run("DELETE FROM failed_try WHERE substr(counter, 1, length(?1)) = ?1",
+                subject_key_.hash(subject));
+}
+
 }  // namespace platen

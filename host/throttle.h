@@ -34,6 +34,10 @@ class Throttle {
   // The try that began is forgiven, and the failures of this subject from this address with it.
   void succeeded(std::string_view subject, std::string_view address);
 
+  // All failures of this subject are forgotten, from wherever: its secret is another one now. Those
+  // of the addresses stay.
+  void forget(std::string_view subject);
+
  private:
   struct Counter {
     std::string key;

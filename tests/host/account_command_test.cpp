@@ -49,6 +49,7 @@ class AccountCommandTest : public testing::Test {
 TEST_F(AccountCommandTest, ResetsALostPasswordBesideARunningServer) {
   ASSERT_TRUE(accounts_.make_first());
   const std::string cookie = sessions_.start("admin");
+  for (int i = 0; i < 6; ++i) accounts_.authenticate("admin", "wrong", "a");
   const Result result = run({"reset", "admin"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");

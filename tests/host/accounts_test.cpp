@@ -173,6 +173,20 @@ TEST_F(AccountsTest, ResetsAPasswordAndEndsAllSessions) {
             "There is no account \"nobody\"; look at the list of accounts.");
 }
 
+TEST_F(AccountsTest, LetsALockedOutAccountLogInAtOnceAfterAReset) {
+  add("erika");
+  add("max");
+  for (int i = 0; i < 5; ++i) {
+    log_in("erika", "wrong");
+    log_in("max", "wrong");
+  }
+  EXPECT_EQ(log_in("erika", "wrong"), Outcome::wait);
+  std::string password;
+  EXPECT_EQ(accounts_.reset("erika", &password), "");
+  EXPECT_EQ(log_in("erika", password), Outcome::right);
+  EXPECT_EQ(log_in("max", "wrong"), Outcome::wait);
+}
+
 TEST_F(AccountsTest, EndsTheSessionsOfADisabledAccountForGood) {
   add("erika");
   const std::string cookie = sessions_.start("erika");

@@ -109,6 +109,27 @@ TEST_F(ThrottleTest, ForgivesNoFailureOfTheAddressByASuccessOfAnother) {
   EXPECT_EQ(throttle_.begin("account:x", "10.0.0.1"), 1);
 }
 
+TEST_F(ThrottleTest, ForgetsASubjectFromEverywhereAndNoOther) {
+  for (int i = 0; i < 15; ++i) {
+    EXPECT_EQ(throttle_.begin("account:a", "10.0.1." + std::to_string(i)), 0);
+  }
+  fail(5, "account:a");
+  fail(5, "account:b");
+  EXPECT_EQ(throttle_.begin("account:a", "10.0.0.9"), 1);
+  throttle_.forget("account:a");
+  EXPECT_EQ(throttle_.begin("account:a", "10.0.0.9"), 0);
+  EXPECT_EQ(throttle_.begin("account:a", "10.0.0.1"), 0);
+  EXPECT_EQ(throttle_.begin("account:b", "10.0.0.1"), 1);
+}
+
+TEST_F(ThrottleTest, KeepsTheFailuresOfTheAddressOfAForgottenSubject) {
+  for (int i = 0; i < 50; ++i) {
+    EXPECT_EQ(throttle_.begin("account:" + std::to_string(i), "10.0.0.1"), 0);
+  }
+  throttle_.forget("account:1");
+  EXPECT_EQ(throttle_.begin("account:1", "10.0.0.1"), 1);
+}
+
 TEST_F(ThrottleTest, ForgetsAfterAnHour) {
   fail(9);
   time_.now += kHour + 1;
