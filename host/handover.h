@@ -23,8 +23,11 @@ class Handover {
   explicit Handover(Database& database, Clock clock = system_time);
 
   // Leaves a text for the holder of the cookie under a name, in place of one left before. Returns
-  // whether it is kept: texts of more than 256 KiB are not. The latest 100 are, for an hour at most.
-  bool leave(std::string_view cookie, std::string_view name, std::string_view text);
+  // whether it is kept: texts of more than 256 KiB are not. The latest 100 of the holders with a
+  // session, be it ended, are, and the latest 100 of all others, for an hour at most: who makes up
+  // cookies pushes out nothing of those who have logged in.
+  bool leave(std::string_view cookie, bool has_session, std::string_view name,
+             std::string_view text);
 
   // Takes the text that was left, once; "" when there is none.
   std::string take(std::string_view cookie, std::string_view name);

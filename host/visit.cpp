@@ -99,7 +99,7 @@ void Visit::record(const std::string& login, const std::string& action, const st
 bool Visit::leave(std::string_view name, std::string_view text) {
   need_cookie();
   try {
-    return visitors_.handover.leave(cookie_, name, text);
+    return visitors_.handover.leave(cookie_, has_session() || has_ended(), name, text);
   } catch (const DatabaseError& error) {
     log_error(std::string("the next page will not say what was done: ") + error.what());
     return false;

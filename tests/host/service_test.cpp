@@ -109,6 +109,21 @@ TEST_F(ServiceTest, HandsAFormToItsHandlerInOrderAndWithoutTheHostsFields) {
                                                kFile + ": done"}));
 }
 
+TEST_F(ServiceTest, KeepsWhatIsLeftForASessionWhileOthersFillTheStore) {
+  const auto is_kept = [this] {
+    Request request;
+    request.cookie = "platen_session=" + cookie_;
+    EXPECT_TRUE(Visit(visitors_, request).leave("notice", "x"));
+    for (int i = 0; i < 100; ++i) visitors_.handover.leave(new_cookie(), false, "notice", "y");
+    return Visit(visitors_, request).take("notice") == "x";
+  };
+  EXPECT_FALSE(is_kept());
+  log_in(Role::user);
+  EXPECT_TRUE(is_kept());
+  visitors_.sessions.end(cookie_);
+  EXPECT_TRUE(is_kept());
+}
+
 TEST_F(ServiceTest, TellsWhatAHandlerLogsWhereItGivesNoReason) {
   log_in(Role::user);
   module_double().result = 1;
