@@ -152,24 +152,21 @@ void Accounts::store_password(std::string_view name, const std::string& hashed, 
   transaction.commit();
 }
 
-std::string Accounts::change_password(std::string_view name, std::string_view old_password,
-                                      std::string_view next, std::string_view address,
-                                      std::string_view kept_cookie) {
+PasswordChange Accounts::change_password(std::string_view name, std::string_view old_password,
+                                         std::string_view next, std::string_view address,
+                                         std::string_view kept_cookie) {
   std::string fault = password_fault(next);
-  if (!fault.empty()) return fault;
+  if (!fault.empty()) return {std::move(fault)};
   if (next == old_password) {
-    return "The new password is the old one; choose another.";
+    return {"The new password is the old one; choose another."};
   }
   const LoginResult login = authenticate(name, old_password, address);
-  if (login.outcome == LoginResult::Outcome::wait) {
-    return "There were too many failed tries; try again in " + std::to_string(login.wait_seconds) +
-           " seconds.";
-  }
+  if (login.outcome == LoginResult::Outcome::wait) return {"", login.wait_seconds};
   if (login.outcome != LoginResult::Outcome::right) {
-    return "The old password is not right; type it again.";
+    return {"The old password is not right; type it again."};
   }
   store_password(name, hash_password(next, cost_), false, kept_cookie);
-  return "";
+  return {};
 }
 
 std::string Accounts::add(std::string_view name, Role role, std::string* password) {

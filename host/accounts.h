@@ -44,6 +44,14 @@ struct LoginResult {
   int64_t wait_seconds = 0;  // until the next try is heard
 };
 
+// How the change of a password ended.
+struct PasswordChange {
+  std::string fault;         // why not; empty when it is changed, or when it has to wait
+  int64_t wait_seconds = 0;  // more than 0: too many failed tries, the old password was not checked
+
+  bool operator==(const PasswordChange&) const = default;
+};
+
 // Who sent a request: the session of its cookie, and the account as it is now.
 struct Visitor {
   SessionState state = SessionState::anonymous;
@@ -72,9 +80,9 @@ class Accounts {
   // Replaces an account's own password: `next` must differ from `old_password` and have at least 10
   // characters, at most 128 bytes and no control character. Wrong old passwords count as failed
   // logins. Ends the account's other sessions; that of `kept_cookie` stays.
-  std::string change_password(std::string_view name, std::string_view old_password,
-                              std::string_view next, std::string_view address,
-                              std::string_view kept_cookie);
+  PasswordChange change_password(std::string_view name, std::string_view old_password,
+                                 std::string_view next, std::string_view address,
+                                 std::string_view kept_cookie);
 
   // Adds an account with a password of its own in `password`. A name has 1 to 64 letters, digits
   // and the signs . _ - @ and begins with a letter or digit.

@@ -74,11 +74,12 @@ Outcome change_password(const Post& post, const HostFormContext& context) {
     return refusal(422, "The two new passwords differ. Type the same one twice.", "repeat");
   }
   const Visit& visit = context.visit;
-  const std::string fault =
+  const PasswordChange change =
       context.accounts.change_password(visit.account().name, value(post, "old"), value(post, "new"),
                                        visit.address(), visit.cookie());
-  return fault.empty() ? success("Your password is changed.", next_page(post, kStartPage))
-                       : refusal(422, fault);
+  if (change.wait_seconds > 0) return too_many_tries(change.wait_seconds);
+  if (!change.fault.empty()) return refusal(422, change.fault);
+  return success("Your password is changed.", next_page(post, kStartPage));
 }
 
 struct AccountChange {

@@ -124,6 +124,18 @@ TEST_F(ServiceTest, KeepsWhatIsLeftForASessionWhileOthersFillTheStore) {
   EXPECT_TRUE(is_kept());
 }
 
+TEST_F(ServiceTest, TellsHowLongTheChangeOfAPasswordHasToWait) {
+  log_in(Role::user);
+  visitors_.throttle.begin("account:erika", "192.0.2.1");
+  visitors_.database.run("UPDATE failed_try SET failures = 100, last = last + 1000");
+  const Response response =
+      post("/do/password", "old=x&new=a+longer+one&repeat=a+longer+one", "/password.html");
+  EXPECT_EQ(response.status, 429);
+  EXPECT_EQ(header(response, "Retry-After"), "900");
+  EXPECT_EQ(between(response.body, "<i>", "</i>"),
+            "There were too many failed tries. Try again in 15 minutes.");
+}
+
 TEST_F(ServiceTest, TellsWhatAHandlerLogsWhereItGivesNoReason) {
   log_in(Role::user);
   module_double().result = 1;
