@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "http_message.h"
+
 namespace platen {
 
 // One posted field.
@@ -21,7 +23,7 @@ struct FormField {
 
 // What a form may have; more is refused.
 struct FormLimits {
-  size_t bytes = 1024 * 1024;
+  size_t bytes = kLongestBody;
   size_t fields = 2000;
   size_t name_bytes = 255;
 };

@@ -279,7 +279,14 @@ std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) 
     return Refusal{422, name + " is as shipped and never changes; copy it and change the copy.",
                    field};
   }
-  if (is_in_part(path, "system") && role != Role::administrator) {
+  // Removed or renamed by itself, it would leave the folder's PIN and jobs behind.
+  if (is_in_part(path, "mailbox") && act != Act::edits) {
+    return Refusal{422,
+                   name + " belongs to a mailbox folder: it goes, or gets another name, with " +
+                       "its folder on the page of the mailbox settings.",
+                   field};
+  }
+  if ((is_in_part(path, "system") || is_in_part(path, "mailbox")) && role != Role::administrator) {
     return Refusal{403, name + " is for everybody: only an administrator may change it.", field};
   }
   return std::nullopt;
@@ -292,10 +299,17 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
   const std::string_view pool = directory_of(source);
   if (form.act == Act::renames && pool != kWebPool && pool != kMailboxPool) {
     return refuse("ParserFilename",
-                  "names no template of the web or the mailbox pool; only those "
-                  "have other names");
+                  "names no template of the web pool; only those get other names here");
   }
   const std::string destination = destination_path(form, fields);
+  // A template there is a folder of the mailbox, and folders are the administrator's.
+  if (form.act != Act::renames && is_in_part(destination, "mailbox") &&
+      role != Role::administrator) {
+    return refuse("CopyParserFilenameMailbox",
+                  "leads to the mailbox, whose folders only an "
+                  "administrator makes or replaces; choose another pool",
+                  403);
+  }
   if (destination == source) {
     return Refusal{422, "The new name is that of the template itself; choose another.",
                    form.act == Act::renames ? "NewName" : "CopyParserFilename"};

@@ -80,7 +80,6 @@ TEST(FormPolicy, LetsGoodFormsThrough) {
       {kSet, {{"DefaultParserFilename", kWebFile}, {"token", "t"}, {"NextPage", "//x"}}},
       {kSet, joined(source, joined(kRun, kRun))},
       {kSet, joined(source, {{"CopyParserFilename", std::string(222, 'x') + ".KTP"}})},
-      {kSet, joined(source, {{"CopyParserFilenameMailbox", std::string(217, 'x') + ".ktp"}})},
       {kCopy, joined(source, {{"CopyParserFilename", "a \"b\"\\.KTP"}, {"replace", "yes"}})},
       {kDelete, source},
       {"/do/rename", joined(source, {{"NewName", "B.KTP"}})},
@@ -174,6 +173,9 @@ TEST(FormPolicy, WantsOneSourceAndOneDestination) {
 TEST(FormPolicy, ProtectsThePools) {
   const std::string system = " is for everybody: only an administrator may change it.";
   const std::string factory = " is as shipped and never changes; copy it and change the copy.";
+  const std::string folder =
+      " belongs to a mailbox folder: it goes, or gets another name, with its folder on the page of "
+      "the mailbox settings.";
   const std::string stays = "\"default.ktp\" is the default template: it stays where it is.";
   struct Row {
     std::string_view form;
@@ -183,7 +185,8 @@ TEST(FormPolicy, ProtectsThePools) {
   };
   const Row rows[] = {
       {kSet, kPool + "A.KTP", "", ""},
-      {kSet, kPool + "mailbox/A.KTP", "", ""},
+      {kSet, kPool + "mailbox/A.KTP", "403 \"A.KTP\"" + system, ""},
+      {kDelete, kPool + "mailbox/A.KTP", "422 \"A.KTP\"" + folder, "422 \"A.KTP\"" + folder},
       {kSet, kPool + "system/A.KTP", "403 \"A.KTP\"" + system, ""},
       {kSet, kPool + "system/default.ktp", "403 \"default.ktp\"" + system, ""},
       {kSet, kPool + "factory/A.KTP", "422 \"A.KTP\"" + factory, "422 \"A.KTP\"" + factory},
@@ -219,8 +222,25 @@ TEST(FormPolicy, RefusesACopyOntoItselfAndARenameElsewhere) {
             "422 NewName: The new name is that of the template itself; choose another.");
   for (const std::string name : {"system/A.KTP", "factory/A.KTP", "A.KTP", "web/sub/A.KTP"}) {
     EXPECT_EQ(refusal("/do/rename", {{"ParserFilename", kPool + name}, {"NewName", "B.KTP"}}),
-              "422 ParserFilename: The field \"ParserFilename\" names no template of the web or "
-              "the mailbox pool; only those have other names.");
+              "422 ParserFilename: The field \"ParserFilename\" names no template of the web pool; "
+              "only those get other names here.");
+  }
+}
+
+TEST(FormPolicy, LeavesTheFoldersOfTheMailboxToTheAdministrator) {
+  const Fields rename = {{"ParserFilename", kPool + "mailbox/A.KTP"}, {"NewName", "B.KTP"}};
+  const Fields copy = {{"ParserFilename", kWebFile},
+                       {"CopyParserFilenameMailbox", std::string(217, 'x') + ".ktp"}};
+  EXPECT_EQ(refusal("/do/rename", rename, Role::administrator),
+            "422 ParserFilename: \"A.KTP\" belongs to a mailbox folder: it goes, or gets another "
+            "name, with its folder on the page of the mailbox settings.");
+  for (const auto form : {kCopy, kSet}) {
+    EXPECT_EQ(refusal(form, copy, Role::administrator), "") << form;
+    EXPECT_EQ(
+        refusal(form, copy, Role::user),
+        "403 CopyParserFilenameMailbox: The field \"CopyParserFilenameMailbox\" leads to the "
+        "mailbox, whose folders only an administrator makes or replaces; choose another pool.")
+        << form;
   }
 }
 

@@ -299,7 +299,7 @@ test('a template is deleted, and a second time is told', async (t) => {
   );
 });
 
-test('a rename moves the template within its pool; a failed one leaves it', async (t) => {
+test('a rename moves a template of the web pool; a refused or failed one leaves it', async (t) => {
   const { platend, admin } = await startWithAdmin(t);
   const rename = (name, NewName, more) =>
     admin.post('/rename.html', '/do/rename', { ParserFilename: name, NewName, ...more });
@@ -307,9 +307,9 @@ test('a rename moves the template within its pool; a failed one leaves it', asyn
   assert.equal((await admin.get('/index.html')).notice, '"A.KTP" is now called "B.KTP".');
   assert.equal(stored(platend, 'web/A.KTP'), null);
   assert.match(stored(platend, 'web/B.KTP'), /= B.KTP\n/);
-  assert.equal((await rename('/tmp/template/pool/mailbox/M.KTP', 'N.KTP')).status, 303);
-  assert.equal(stored(platend, 'mailbox/M.KTP'), null);
-  assert.match(stored(platend, 'mailbox/N.KTP'), /= N.KTP\n/);
+  const folder = stored(platend, 'mailbox/M.KTP');
+  assert.equal((await rename('/tmp/template/pool/mailbox/M.KTP', 'N.KTP')).status, 422);
+  assert.equal(stored(platend, 'mailbox/M.KTP'), folder);
   fs.writeFileSync(path.join(platend.data, 'pool/web/C.KTP'), 'broken\n');
   assertRefused(
     await rename(`${webPool}/C.KTP`, 'D.KTP'),

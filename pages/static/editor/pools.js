@@ -5,10 +5,11 @@ const ROOT = "/tmp/template/pool";
 
 const ANYBODY = ["user", "administrator"];
 
-// `writers` are the roles that may change a pool's templates; `keepsNames` forbids renaming.
+// `writers` are the roles that may change a pool's templates; `keepsNames` forbids renaming, and
+// `keepsFiles` deleting: a mailbox template goes with its folder, on the mailbox's own page.
 const POOLS = [
   { directory: `${ROOT}/web`, writers: ANYBODY, keepsNames: false },
-  { directory: `${ROOT}/mailbox`, writers: ANYBODY, keepsNames: false },
+  { directory: `${ROOT}/mailbox`, writers: ["administrator"], keepsNames: true, keepsFiles: true },
   { directory: `${ROOT}/system`, writers: ["administrator"], keepsNames: true },
   { directory: `${ROOT}/factory`, writers: [], keepsNames: true },
   { directory: ROOT, writers: ANYBODY, keepsNames: true },
@@ -50,10 +51,10 @@ export function pageAddress(page, path) {
  * logged in gets them all: they ask for a login.
  */
 export function pagesFor(path, login) {
-  const { writers, keepsNames } = poolOf(directoryOf(path));
+  const { writers, keepsNames, keepsFiles } = poolOf(directoryOf(path));
   if (path.includes("\uFFFD")) return [];
   const writes = login === null ? writers.length > 0 : writers.includes(login.role);
   if (!writes) return ["template", "copy"];
-  if (path === PROTECTED) return ["template", "edit", "copy"];
+  if (keepsFiles || path === PROTECTED) return ["template", "edit", "copy"];
   return ["template", "edit", "copy", ...(keepsNames ? [] : ["rename"]), "delete"];
 }
