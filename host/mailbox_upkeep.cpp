@@ -136,13 +136,14 @@ bool begin_upkeep() {
 
 UpkeepResult run_upkeep(const ParserModule& module, const std::string& state_file) {
   const StateLock lock(state_file);
+  if (!lock.error().empty()) return {"The templates were left as they are.", lock.error()};
   return run_locked(module);
 }
 
 void resume_upkeep(const ParserModule& module, const std::string& state_file) {
   if (!is_due()) return;
   const StateLock lock(state_file);
-  if (!is_due()) return;
+  if (!lock.error().empty() || !is_due()) return;
   const UpkeepResult result = run_locked(module);
   Log_Entry(LOG_LEVEL_NOTICE, kSource, __LINE__,
             "The mailbox's templates were left out of line and are in line again: %s%s",

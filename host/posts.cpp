@@ -139,6 +139,7 @@ class PostRun {
     const std::string path = destination_path(post_.form, post_.fields);
     if (path.empty()) return std::nullopt;
     name_lock_.emplace(visitors_.database.file());
+    if (!name_lock_->error().empty()) return refusal(500, name_lock_->error());
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 || field_value(post_.fields, "replace") == "yes") {
       return std::nullopt;

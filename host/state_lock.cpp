@@ -6,16 +6,38 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 
+#include "platform/log.h"
+
 namespace platen {
+namespace {
+
+// Waits through signals.
+bool lock(int directory) {
+  while (::flock(directory, LOCK_EX) != 0) {
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
+}  // namespace
 
 StateLock::StateLock(const std::string& database_file)
     : directory_(::open(std::filesystem::path(database_file).parent_path().c_str(),
                         O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  ::flock(directory_, LOCK_EX);
+  if (directory_ >= 0 && lock(directory_)) return;
+  Log_Entry(LOG_LEVEL_ERROR, "state_lock.cpp", __LINE__,
+            "the directory of %s cannot be locked: %s; let platend read it", database_file.c_str(),
+            std::strerror(errno));
+  error_ =
+      "The device's state cannot be locked. Tell the administrator; the log says what is wrong.";
 }
 
-StateLock::~StateLock() { ::close(directory_); }
+StateLock::~StateLock() {
+  if (directory_ >= 0) ::close(directory_);
+}
 
 }  // namespace platen

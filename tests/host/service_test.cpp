@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "service.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
 #include "page_fixture.h"
 
 namespace platen {
@@ -49,7 +53,7 @@ class ServiceTest : public PageFixture {
     request.cookie = "platen_session=" + cookie_;
     request.address = "192.0.2.1";
     request.host = "device";
-    return service_.serve(request);
+    return service_->serve(request);
   }
 
   Response get(const std::string& path, const std::vector<Field>& query = {}) {
@@ -83,7 +87,7 @@ class ServiceTest : public PageFixture {
   }
 
   Visitors visitors_{root_ + "/database"};
-  Service service_{pages_, module_, root_ + "/database"};
+  std::optional<Service> service_{std::in_place, pages_, module_, root_ + "/database"};
   std::string cookie_ = new_cookie();
 };
 
@@ -134,6 +138,27 @@ TEST_F(ServiceTest, TellsHowLongTheChangeOfAPasswordHasToWait) {
   EXPECT_EQ(header(response, "Retry-After"), "900");
   EXPECT_EQ(between(response.body, "<i>", "</i>"),
             "There were too many failed tries. Try again in 15 minutes.");
+}
+
+TEST_F(ServiceTest, GivesNoNameWithoutTheLockOfTheState) {
+  log_in(Role::user);
+  const std::string link = root_ + "/link";
+  std::filesystem::create_directory_symlink(root_, link);
+  service_.emplace(pages_, module_, link + "/database");
+  EXPECT_EQ(get("/").status, 200);
+  std::filesystem::remove(link);
+  const Response response =
+      post(kCopy, std::string("ParserFilename=") + kFile + "&CopyParserFilename=B.KTP");
+  EXPECT_EQ(response.status, 500);
+  EXPECT_EQ(between(response.body, "<i>", "</i>"),
+            "The device&#39;s state cannot be locked. Tell the administrator; the log says what is "
+            "wrong.");
+  EXPECT_TRUE(std::ranges::none_of(
+      module_double().calls, [](const std::string& call) { return call.starts_with("Form("); }));
+  EXPECT_EQ(audit(), (std::vector<std::string>{
+                         std::string("erika 192.0.2.1 HTTP_Parser_Copy_fn ") + kFile +
+                         ": refused: The device's state cannot be locked. Tell the administrator; "
+                         "the log says what is wrong."}));
 }
 
 TEST_F(ServiceTest, TellsWhatAHandlerLogsWhereItGivesNoReason) {
@@ -291,7 +316,7 @@ TEST_F(ServiceTest, MarksItsCookiesSecureOverTls) {
   request.method = "GET";
   request.path = "/index.html";
   request.secure = true;
-  EXPECT_TRUE(header(service_.serve(request), "Set-Cookie").ends_with("; Secure"));
+  EXPECT_TRUE(header(service_->serve(request), "Set-Cookie").ends_with("; Secure"));
 }
 
 TEST_F(ServiceTest, TellsThatItsDatabaseCannotBeUsed) {
