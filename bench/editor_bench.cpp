@@ -12,11 +12,13 @@
 #include <vector>
 
 #include "comparison.h"
+#include "device/configuration.h"
 #include "module_forms.h"
 #include "module_request.h"
 #include "options.h"
 #include "out_of_date.h"
 #include "parser_module.h"
+#include "platform/configapi.h"
 #include "policy.h"
 #include "raw_files.h"
 #include "sandbox.h"
@@ -31,10 +33,12 @@ namespace fs = std::filesystem;
 constexpr std::string_view kInside = "--inside";
 
 const std::string kPool = "/tmp/template/pool";
+const std::string kMailbox = kPool + "/mailbox";
 constexpr char kSetHandler[] = "HTTP_Parser_Set_fn";
 constexpr int kAttributes = 200;
 constexpr int kEdits[] = {1, 20, 200};
 constexpr int kTemplates[] = {10, 1000, 10000};
+constexpr int kFolders[] = {10, 100, 1000};
 
 // What the benchmarks of one process share.
 struct Device {
@@ -203,6 +207,69 @@ void add_lists(const std::shared_ptr<Device>& device) {
   }
 }
 
+// The mailbox's directory holds the templates of one size at a time; the others wait beside it.
+class Mailboxes {
+ public:
+  void make(int folders) {
+    const std::string directory = beside(folders);
+    fs::create_directory(directory);
+    const std::string bytes = template_of(20);
+    for (int i = 1; i < folders; ++i) {
+      write_file(directory, "folder" + std::to_string(i) + ".KTP", bytes);
+    }
+    write_file(directory, "_PUBLIC.KTP", bytes);
+  }
+
+  void choose(int folders) {
+    if (folders == chosen_) return;
+    if (chosen_ != 0) fs::rename(kMailbox, beside(chosen_));
+    fs::rename(beside(folders), kMailbox);
+    chosen_ = folders;
+  }
+
+ private:
+  static std::string beside(int folders) { return kMailbox + std::to_string(folders); }
+
+  int chosen_ = 0;
+};
+
+void run_upkeep(const ParserModule& module) {
+  ModuleRequest request(module, {}, "");
+  std::string no_argument;
+  module.upkeep_function("HTTP_Parser_Update_Templates_fn")(&request.record(), no_argument.data());
+  if (!request.take_failures().empty()) give_up("an upkeep has failed");
+}
+
+// Each template is saved twice: without its prompts, and with those that the settings ask for.
+void save_twice_raw(const std::string& directory, const std::string& bytes) {
+  for (const std::string& name : list_raw(directory)) {
+    for (int i = 0; i < 2; ++i) {
+      read_raw(directory + "/" + name);
+      save_raw(directory, name.c_str(), bytes);
+    }
+  }
+}
+
+void add_upkeep(const std::shared_ptr<Device>& device) {
+  if (Cfg_SetBoolAttrValue("scanToMailbox.publicPasswordEnabled", TRUE) != CFG_OK) {
+    give_up("the mailbox cannot be set to ask for passwords");
+  }
+  const auto mailboxes = std::make_shared<Mailboxes>();
+  for (const int folders : kFolders) {
+    mailboxes->make(folders);
+    const std::string raw = kPool + "/web/raw" + std::to_string(folders);
+    fs::create_directory(raw);
+    const std::string bytes = template_of(20);
+    for (int i = 0; i < folders; ++i) write_file(raw, std::to_string(i) + ".KTP", bytes);
+    add({"upkeep",
+         [=] {
+           mailboxes->choose(folders);
+           run_upkeep(device->module);
+         },
+         [=] { save_twice_raw(raw, bytes); }, folders});
+  }
+}
+
 void load(ParserModule* module) {
   std::string fault;
   if (!module->load(PLATEN_MODULE, &fault)) give_up(fault);
@@ -212,9 +279,12 @@ int measure(const std::string& data, int argc, char** argv) {
   ParserModule module;
   load(&module);
   module.init();
+  std::string fault;
+  if (!open_configuration(data + "/state/configuration.db", &fault)) give_up(fault);
   const auto device = std::make_shared<Device>(data, module);
   add_posts(device, kPool + "/web");
   add_lists(device);
+  add_upkeep(device);
   return run_comparisons(argc, argv);
 }
 

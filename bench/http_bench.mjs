@@ -4,6 +4,7 @@
 import assert from 'node:assert/strict';
 import http from 'node:http';
 import path from 'node:path';
+import { fastest, printLine, runToEnd } from './rounds.mjs';
 import { build, request, run, writeFiles } from '../tests/host/platend.mjs';
 import { encode, pageFor, startWithAdmin, template, update, webPool } from '../tests/host/visitor.mjs';
 
@@ -88,19 +89,6 @@ async function posting(client, count) {
 
 const listing = (client, page, count) => () => client.ask(200, `/${page}?TemplateDir=${webPool}/of${count}`);
 
-/** The fastest of all rounds of each of two works, in microseconds; they take turns. */
-async function fastest(works) {
-  const best = works.map(() => Infinity);
-  for (let round = 0; round < rounds; ++round) {
-    for (const [i, work] of works.entries()) {
-      const start = performance.now();
-      await work(round);
-      best[i] = Math.min(best[i], 1000 * (performance.now() - start));
-    }
-  }
-  return best;
-}
-
 /** The comparisons, [series, units, work, what a static file of the answer's size holds]. */
 async function comparisons(client, edits, pools) {
   const posts = await Promise.all(edits.map(async (count) => ['post to the host', count, await posting(client, count), '']));
@@ -112,10 +100,6 @@ async function comparisons(client, edits, pools) {
     }
   }
   return [...posts, ...lists];
-}
-
-function printLine(cells) {
-  console.log([String(cells[0]).padEnd(40), ...cells.slice(1).map((cell) => String(cell).padStart(11))].join(' '));
 }
 
 async function measure(t) {
@@ -132,7 +116,7 @@ async function measure(t) {
   let before = {};
   for (const [series, units, work, body] of await comparisons(client, edits, pools)) {
     writeFiles(platend.pages, { [`static/${units}.txt`]: body });
-    const [time, still] = await fastest([work, () => client.ask(200, `/static/${units}.txt`)]);
+    const [time, still] = await fastest(rounds, [work, () => client.ask(200, `/static/${units}.txt`)]);
     const name = `${series}, ${units}`;
     const further = series === before.series ? (time - before.time) / (units - before.units) : NaN;
     const figures = [time / still, time / inProcess(name), time / units, further];
@@ -142,9 +126,4 @@ async function measure(t) {
   client.agent.destroy();
 }
 
-const ends = [];
-try {
-  await measure({ after: (end) => ends.push(end) });
-} finally {
-  for (const end of ends) await end();
-}
+await runToEnd(measure);
