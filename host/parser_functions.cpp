@@ -15,6 +15,9 @@ constexpr Value kThreePlain[] = {Value::plain, Value::plain, Value::plain};
 constexpr Value kFivePlain[] = {Value::plain, Value::plain, Value::plain, Value::plain,
                                 Value::plain};
 constexpr Value kNameAndPath[] = {Value::plain, Value::plain};
+constexpr Value kDestination[] = {Value::separator, Value::plain, Value::plain,
+                                  Value::plain,     Value::plain, Value::plain,
+                                  Value::plain,     Value::plain, Value::plain};
 
 constexpr Print kHiddenField[] = {
     {"<input type=\"hidden\" name=\"%s\" value=\"%s\">", kNameAndPath},
@@ -34,6 +37,9 @@ constexpr Print kTemplateNames[] = {
 constexpr Print kInvocationNames[] = {
     {"%s", kPlain},
     {",", {}},
+};
+constexpr Print kDestinations[] = {
+    {"%s%s,%s,%s,%s,%s,%s,%s,%s", kDestination, Gather::record},
 };
 
 constexpr Print kFolderStatements[] = {
@@ -60,6 +66,8 @@ constexpr ParserFunction kFunctions[] = {
      kScriptString | kJsonBlock, Format::none, kTemplateNames},
     {"HTTP_Parser_List_Invocations_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none,
      kInvocationNames},
+    {"HTTP_Parser_List_Destinations_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none,
+     kDestinations},
     {"HTTP_Parser_Mailbox_List_fn", Shape::output, TemplateUse::none, kPhpCode, Format::php,
      kFolderStatements},
     {"HTTP_Parser_Folder_Passwords_List_fn", Shape::output, TemplateUse::opens_own, kPhpCode,

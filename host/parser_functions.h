@@ -45,10 +45,17 @@ enum class Value {
   separator,    // text between two items
 };
 
+// What one print adds to the array that the format json is.
+enum class Gather {
+  items,   // each of its items
+  record,  // one array of its items
+};
+
 // One way in which a function prints: the exact format it hands over and what its values are.
 struct Print {
   std::string_view format;
   std::span<const Value> values;
+  Gather gather = Gather::items;
 };
 
 // How a function is called, and who may.

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "platform/server.h"
 
@@ -26,14 +27,14 @@ char* malloc_text(const std::string& text) {
 
 }  // namespace
 
-std::string TagOutput::printed_value(std::string_view text, Value kind) {
+std::string TagOutput::printed_text(std::string_view text, Value kind, Json* items) {
   switch (format_) {
     case Format::html:
       return html_text(text);
     case Format::js:
       return script_text(text, kind);
     case Format::json:
-      if (kind != Value::separator) items_.push_back(json_item(text, kind));
+      if (kind != Value::separator) items->push_back(json_item(text, kind));
       return "";
     case Format::php:
       return php_value(text);
@@ -51,6 +52,17 @@ std::string TagOutput::php_value(std::string_view text) {
   return "";
 }
 
+void TagOutput::gather(const Print& print, Json items) {
+  switch (print.gather) {
+    case Gather::items:
+      for (Json& item : items) items_.push_back(std::move(item));
+      break;
+    case Gather::record:
+      items_.push_back(std::move(items));
+      break;
+  }
+}
+
 std::string TagOutput::print(const char* format, va_list& values) noexcept {
   const Print* row = find_print(function_, format);
   if (row == nullptr) {
@@ -60,15 +72,18 @@ std::string TagOutput::print(const char* format, va_list& values) noexcept {
   constexpr std::string_view kConversion = "%s";
   std::string_view rest = row->format;
   std::string out;
+  Json items;
   for (const Value kind : row->values) {
     const size_t conversion = rest.find(kConversion);
     const char* text = va_arg(values, const char*);
     out += statement_.pass(rest.substr(0, conversion));
-    out += printed_value(text == nullptr ? "" : text, kind);
+    out += printed_text(text == nullptr ? "" : text, kind, &items);
     rest.remove_prefix(conversion + kConversion.size());
   }
   out += statement_.pass(rest);
-  return format_ == Format::json ? "" : out;
+  if (format_ != Format::json) return out;
+  gather(*row, std::move(items));
+  return "";
 }
 
 std::string TagOutput::finish() const { return format_ == Format::json ? json_text(items_) : ""; }

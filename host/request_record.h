@@ -19,7 +19,7 @@ class TagOutput {
   TagOutput(const ParserFunction& function, Format format) : function_(function), format_(format) {}
 
   // Returns the text to append to the page for one call of adiprintf(). In the format json the
-  // items are only gathered. A print that the function's row does not list is a fault of the page,
+  // items are only gathered, as the row of the print says. A print that the function's row does not list is a fault of the page,
   // as nothing is known about its values: nothing is printed then. Memory that runs out ends the
   // process.
   std::string print(const char* format, va_list& values) noexcept;
@@ -31,7 +31,8 @@ class TagOutput {
   const std::string& fault() const { return fault_; }
 
  private:
-  std::string printed_value(std::string_view text, Value kind);
+  std::string printed_text(std::string_view text, Value kind, Json* items);
+  void gather(const Print& print, Json items);
   std::string php_value(std::string_view text);
 
   const ParserFunction& function_;

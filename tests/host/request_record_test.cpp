@@ -116,6 +116,31 @@ TEST(Adiprintf, DropsSeparatorsThatStandInFormatsFromJson) {
   EXPECT_EQ(invocations.tag().finish(), R"(["a,b","c"])");
 }
 
+constexpr const char* kDestination = "%s%s,%s,%s,%s,%s,%s,%s,%s";
+
+TEST(Adiprintf, KeepsTheFieldsOfADestinationApartInJson) {
+  Printing printing("HTTP_Parser_List_Destinations_fn", Format::json);
+  EXPECT_EQ(adiprintf(printing.record(), kDestination, "", "a,b", "smb", "s&t", "/p,q", "\"x\"",
+                      "</script>", "l\n\xE2\x80\xA8", "\xFF"),
+            0);
+  adiprintf(printing.record(), kDestination, "&", "&", "", "", "", "", "", "", "");
+  EXPECT_EQ(printing.text(), "");
+  EXPECT_EQ(printing.tag().finish(),
+            "[[\"a,b\",\"smb\",\"s&t\",\"/p,q\",\"\\\"x\\\"\",\"\\u003C/script>\","
+            "\"l\\n\xE2\x80\xA8\",\"\xEF\xBF\xBD\"],"
+            "[\"&\",\"\",\"\",\"\",\"\",\"\",\"\",\"\"]]");
+}
+
+TEST(Adiprintf, EscapesDestinationsForTextAndScripts) {
+  for (const auto& [format, text] : std::vector<std::pair<Format, std::string>>{
+           {Format::html, "&amp;&lt;b&gt;,,,,,,,&#39;&quot;"},
+           {Format::js, "&\\x3Cb\\x3E,,,,,,,\\'\\\""}}) {
+    Printing printing("HTTP_Parser_List_Destinations_fn", format);
+    adiprintf(printing.record(), kDestination, "&", "<b>", "", "", "", "", "", "", "'\"");
+    EXPECT_EQ(printing.text(), text);
+  }
+}
+
 TEST(Adiprintf, TakesANullValueForAnEmptyOne) {
   Printing printing("HTTP_Parser_Get_fn", Format::html);
   const char* volatile nothing = nullptr;  // or the compiler refuses the call
