@@ -10,6 +10,7 @@
 #include "mailbox_upkeep.h"
 #include "platform/log.h"
 #include "policy.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -46,6 +47,7 @@ Service::Service(const std::string& pages, const ParserModule& module, std::stri
 
 Response Service::serve(const Request& request) {
   try {
+    speak(language_of(request));
     Visit visit(desk().visitors, request);
     set_configuration_author(visit.account().name);
     Response response = answer(request, &visit);

@@ -8,6 +8,7 @@
 #include "cookies.h"
 #include "device/phrases.h"
 #include "platform/log.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -20,6 +21,8 @@ void log_error(const std::string& text, int line = __builtin_LINE()) {
   Log_Entry(LOG_LEVEL_ERROR, kSource, line, "%s", text.c_str());
 }
 
+}  // namespace
+
 std::string language_of(const Request& request) {
   const std::vector<std::string> installed = languages();
   for (const std::string_view chosen : cookies_named(request.cookie, kLanguageCookie)) {
@@ -27,8 +30,6 @@ std::string language_of(const Request& request) {
   }
   return best_language(request.language);
 }
-
-}  // namespace
 
 Visitors::Visitors(const std::string& database_file)
     : database(database_file),
@@ -49,6 +50,7 @@ Visit::Visit(Visitors& visitors, const Request& request)
 
 void Visit::choose_language(const std::string& code) {
   language_ = code;
+  speak(code);
   has_new_language_ = true;
 }
 

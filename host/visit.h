@@ -31,6 +31,9 @@ struct Visitors {
   Throttle throttle;  // of PINs and job passwords
 };
 
+// The code of an installed language: the one that the visitor has chosen, else the browser's.
+std::string language_of(const Request& request);
+
 class Visit {
  public:
   // Requires `visitors` to outlive the object.
@@ -42,8 +45,9 @@ class Visit {
   bool has_session() const { return visitor_.state == SessionState::active; }
   bool has_ended() const { return visitor_.state == SessionState::ended; }
 
-  // The code of an installed language: the one that was chosen, else the browser's.
   const std::string& language() const { return language_; }
+
+  // The visitor gets the rest of this answer, and what comes later, in that language.
   void choose_language(const std::string& code);
 
   const std::string& address() const { return address_; }
