@@ -19,7 +19,7 @@ void speak(const std::string& language);
 class Sentence {
  public:
   template <size_t size>
-  explicit consteval Sentence(const char (&english)[size]) : english_(english, size - 1) {}
+  explicit constexpr Sentence(const char (&english)[size]) : english_(english, size - 1) {}
 
   constexpr std::string_view english() const { return english_; }
 
