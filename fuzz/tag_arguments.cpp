@@ -31,8 +31,8 @@ void check_script(const std::string& text) {
   for (const char quote : {'"', '\''}) {
     const platen::ScriptStrings strings =
         platen::find_script_strings(std::string(1, quote) + text + quote + ";");
-    require(!strings.unclosed && strings.spans.size() == 1);
-    require(strings.spans[0].begin == 1 && strings.spans[0].end == text.size() + 1);
+    require(!strings.unclosed && strings.strings.size() == 1);
+    require(strings.strings[0].begin == 1 && strings.strings[0].end == text.size() + 1);
   }
   require(text.find_first_of("<>\r\n") == std::string::npos);
 }

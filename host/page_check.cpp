@@ -68,6 +68,10 @@ std::string advice(unsigned places) {
   if ((places & kPhpCode) != 0) {
     return "put it between <?php and ?> in a .php page, outside strings and comments";
   }
+  if ((places & kScriptCode) != 0) {
+    return "put it into a script page, as a statement of its own, at the start or after a \";\" or "
+           "a brace";
+  }
   if ((places & kScriptString) != 0) {
     return "put it into a script page, alone between two equal quotes";
   }
@@ -286,12 +290,17 @@ void check_script(const MarkedText& marked, std::vector<Fault>* faults) {
     return;
   }
   for (const Marker& marker : marked.markers()) {
-    const bool alone = std::ranges::any_of(strings.spans, [&](const StringSpan& span) {
+    const auto is_marker = [&](const ScriptSpan& span) {
       return span.begin == marker.offset && span.end == marker.offset + marked.marker_length();
-    });
-    if ((marker.tag->places & kScriptString) == 0) {
+    };
+    const unsigned places = marker.tag->places;
+    if ((places & (kScriptString | kScriptCode)) == 0) {
       faults->push_back(misplaced(*marker.tag, "in a script page"));
-    } else if (!alone) {
+    } else if ((places & kScriptCode) != 0) {
+      if (std::ranges::none_of(strings.statements, is_marker)) {
+        faults->push_back(misplaced(*marker.tag, "within a statement, string or comment"));
+      }
+    } else if (std::ranges::none_of(strings.strings, is_marker)) {
       faults->push_back(misplaced(*marker.tag, "outside quotes, or beside other text in them"));
     }
   }

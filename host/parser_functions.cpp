@@ -11,6 +11,8 @@ constexpr Value kPlain[] = {Value::plain};
 constexpr Value kSeparatorPlain[] = {Value::separator, Value::plain};
 constexpr Value kBackslashed[] = {Value::backslashed};
 constexpr Value kSeparatorBackslashed[] = {Value::separator, Value::backslashed};
+constexpr Value kCountedPlain[] = {Value::counter, Value::plain};
+constexpr Value kCountedBackslashed[] = {Value::counter, Value::backslashed};
 constexpr Value kThreePlain[] = {Value::plain, Value::plain, Value::plain};
 constexpr Value kFivePlain[] = {Value::plain, Value::plain, Value::plain, Value::plain,
                                 Value::plain};
@@ -42,6 +44,25 @@ constexpr Print kDestinations[] = {
     {"%s%s,%s,%s,%s,%s,%s,%s,%s", kDestination, Gather::record},
 };
 
+// A field of metadata: the lines that declare its arrays, then one line for each of its members.
+constexpr Print kMetadataStatements[] = {
+    {"var defaultValue       = new Array();\n", {}},
+    {"var fieldLabel         = new Array();\n", {}},
+    {"var fieldName          = new Array();\n", {}},
+    {"var invocationName     = new Array();\n", {}},
+    {"var maskUserInput      = new Array();\n", {}},
+    {"var requireUserInput   = new Array();\n", {}},
+    {"var validateData\t      = new Array();\n", {}},
+    {"defaultValue[%d]        = \"%s\";\n", kCountedBackslashed, Gather::member, "defaultValue"},
+    {"fieldLabel[%d]          = \"%s\";\n", kCountedBackslashed, Gather::member, "fieldLabel"},
+    {"fieldName[%d]           = \"%s\";\n", kCountedBackslashed, Gather::member, "fieldName"},
+    {"maskUserInput[%d]       = \"%s\";\n", kCountedBackslashed, Gather::member, "maskUserInput"},
+    {"requireUserInput[%d]    = \"%s\";\n", kCountedBackslashed, Gather::member,
+     "requireUserInput"},
+    {"validateData[%d]        = \"%s\";\n", kCountedBackslashed, Gather::member, "validateData"},
+    {"invocationName[%d]      = \"%s\";\n", kCountedPlain, Gather::member, "invocationName"},
+};
+
 constexpr Print kFolderStatements[] = {
     {"$%s->AddFolderToList( new %s( \"%s\", %s, \"%s\" ));\n", kFivePlain},
 };
@@ -68,6 +89,8 @@ constexpr ParserFunction kFunctions[] = {
      kInvocationNames},
     {"HTTP_Parser_List_Destinations_fn", Shape::output, TemplateUse::reads, kAnywhere, Format::none,
      kDestinations},
+    {"HTTP_Parser_Print_Meta_Data_Attributes_fn", Shape::output, TemplateUse::reads,
+     kScriptCode | kJsonBlock, Format::none, kMetadataStatements},
     {"HTTP_Parser_Mailbox_List_fn", Shape::output, TemplateUse::none, kPhpCode, Format::php,
      kFolderStatements},
     {"HTTP_Parser_Folder_Passwords_List_fn", Shape::output, TemplateUse::opens_own, kPhpCode,

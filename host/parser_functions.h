@@ -18,6 +18,7 @@ enum Place : unsigned {
   kScriptString = 4,   // the whole of a quoted string in a script page
   kJsonBlock = 8,      // a value in a <script type="application/json"> block
   kPhpCode = 16,       // a value or a statement between <?php and ?>
+  kScriptCode = 32,    // statements of a script page
 };
 
 // Returns the places in which values rendered as `format` are safe.
@@ -26,7 +27,7 @@ constexpr unsigned places_of(Format format) {
     case Format::html:
       return kHtmlText | kHtmlAttribute;
     case Format::js:
-      return kScriptString;
+      return kScriptString | kScriptCode;
     case Format::json:
       return kJsonBlock;
     case Format::php:
@@ -43,12 +44,14 @@ enum class Value {
   backslashed,  // an item in which the module has put a backslash before each backslash and before
                 // some or all of ' " and /
   separator,    // text between two items
+  counter,      // a number, handed over for "%d"; all others are texts for "%s"
 };
 
 // What one print adds to the array that the format json is.
 enum class Gather {
   items,   // each of its items
   record,  // one array of its items
+  member,  // its item, under a name of its own, to the object at the place of its counter
 };
 
 // One way in which a function prints: the exact format it hands over and what its values are.
@@ -56,6 +59,7 @@ struct Print {
   std::string_view format;
   std::span<const Value> values;
   Gather gather = Gather::items;
+  std::string_view member = "";  // the name
 };
 
 // How a function is called, and who may.

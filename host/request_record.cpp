@@ -52,13 +52,16 @@ std::string TagOutput::php_value(std::string_view text) {
   return "";
 }
 
-void TagOutput::gather(const Print& print, Json items) {
+void TagOutput::gather(const Print& print, Json items, int counter) {
   switch (print.gather) {
     case Gather::items:
       for (Json& item : items) items_.push_back(std::move(item));
       break;
     case Gather::record:
       items_.push_back(std::move(items));
+      break;
+    case Gather::member:
+      items_[counter][print.member] = std::move(items[0]);
       break;
   }
 }
@@ -69,20 +72,26 @@ std::string TagOutput::print(const char* format, va_list& values) noexcept {
     fault_ = std::string(function_.name) + " printed with the unknown format \"" + format + "\"";
     return "";
   }
-  constexpr std::string_view kConversion = "%s";
+  constexpr size_t kConversion = 2;  // the length of "%s" and of "%d"
   std::string_view rest = row->format;
   std::string out;
   Json items;
+  int counter = 0;
   for (const Value kind : row->values) {
-    const size_t conversion = rest.find(kConversion);
-    const char* text = va_arg(values, const char*);
+    const size_t conversion = rest.find('%');
     out += statement_.pass(rest.substr(0, conversion));
-    out += printed_text(text == nullptr ? "" : text, kind, &items);
-    rest.remove_prefix(conversion + kConversion.size());
+    if (kind == Value::counter) {
+      counter = va_arg(values, int);
+      out += std::to_string(counter);
+    } else {
+      const char* text = va_arg(values, const char*);
+      out += printed_text(text == nullptr ? "" : text, kind, &items);
+    }
+    rest.remove_prefix(conversion + kConversion);
   }
   out += statement_.pass(rest);
   if (format_ != Format::json) return out;
-  gather(*row, std::move(items));
+  gather(*row, std::move(items), counter);
   return "";
 }
 

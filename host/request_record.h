@@ -32,7 +32,7 @@ class TagOutput {
 
  private:
   std::string printed_text(std::string_view text, Value kind, Json* items);
-  void gather(const Print& print, Json items);
+  void gather(const Print& print, Json items, int counter);
   std::string php_value(std::string_view text);
 
   const ParserFunction& function_;

@@ -64,7 +64,7 @@ class ScriptReader {
     const size_t begin = at_;
     const size_t end = find_unescaped(begin + 1, std::string(1, quote) + "\n\r");
     if (end == kNone || script_[end] != quote) return fail(begin);
-    found_.spans.push_back({begin + 1, end});
+    found_.strings.push_back({begin + 1, end});
     last_ = script_.substr(end, 1);
     at_ = end + 1;
   }
@@ -128,7 +128,12 @@ class ScriptReader {
   void read_word() {
     const size_t begin = at_;
     while (at_ < script_.size() && is_word(script_[at_])) ++at_;
+    if (begins_statement()) found_.statements.push_back({begin, at_});
     last_ = script_.substr(begin, at_ - begin);
+  }
+
+  bool begins_statement() const {
+    return templates_.empty() && (last_.empty() || std::string_view(";{}").find(last_) != kNone);
   }
 
   // The first of `wanted` from `from` on that no backslash precedes.

@@ -1,4 +1,4 @@
-// Finds the quoted strings of a script.
+// Finds the quoted strings and the statements of a script.
 // SPDX-License-Identifier: MIT
 #ifndef HOST_SCRIPT_STRINGS_H_
 #define HOST_SCRIPT_STRINGS_H_
@@ -9,14 +9,16 @@
 
 namespace platen {
 
-// What stands between the quotes of a single- or double-quoted string: text[begin, end).
-struct StringSpan {
+// A part of a script: text[begin, end).
+struct ScriptSpan {
   size_t begin;
   size_t end;
 };
 
 struct ScriptStrings {
-  std::vector<StringSpan> spans;   // in the order of the text
+  std::vector<ScriptSpan> strings;     // what stands between two equal quotes, in order
+  std::vector<ScriptSpan> statements;  // the word that begins the script, and those behind a ";" or
+                                       // a brace, in order; none within a template literal
   std::optional<size_t> unclosed;  // where a string, template, comment or expression begins that
                                    // the line or the script does not close; the reading stops there
 };

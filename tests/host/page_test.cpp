@@ -250,6 +250,44 @@ TEST_F(PageTest, LetsJsStandAloneBetweenTheQuotesOfAScriptPage) {
                   "p.html:1:4: HTTP_Parser_Get_fn as \"js\" may not stand in text" + kJsAdvice}});
 }
 
+const std::string kMetadata =
+    R"(<!--#parser fn="HTTP_Parser_Print_Meta_Data_Attributes_fn" format="js"-->)";
+
+TEST_F(PageTest, LetsScriptStatementsStandBetweenTheStatementsOfAScriptPage) {
+  const std::string within =
+      "HTTP_Parser_Print_Meta_Data_Attributes_fn as \"js\" may not stand within a statement, "
+      "string or comment; put it into a script page, as a statement of its own, at the start or "
+      "after a \";\" or a brace";
+  expect_faults("p.js", {
+                            {kMetadata, ""},
+                            {"// don't\nvar a = 1;\n" + kMetadata + "\nf(a);", ""},
+                            {"function f() {" + kMetadata + "}", ""},
+                            {"var a = " + kMetadata, "p.js:1:9: " + within},
+                            {"a\n" + kMetadata, "p.js:2:1: " + within},
+                            {"var a = \"" + kMetadata + "\"", "p.js:1:10: " + within},
+                            {"var a = '" + kMetadata + "'", "p.js:1:10: " + within},
+                            {"`" + kMetadata + "`", "p.js:1:2: " + within},
+                            {"`${" + kMetadata + "}`", "p.js:1:4: " + within},
+                            {"/* " + kMetadata + " */", "p.js:1:4: " + within},
+                            {"// " + kMetadata, "p.js:1:4: " + within},
+                            {";/" + kMetadata + "/", "p.js:1:3: " + within},
+                            {";a" + kMetadata, "p.js:1:3: " + within},
+                            {";" + kMetadata + "a", "p.js:1:2: " + within},
+                        });
+  expect_faults(
+      "p.html",
+      {
+          {"<p>" + kMetadata,
+           "p.html:1:4: HTTP_Parser_Print_Meta_Data_Attributes_fn as \"js\" may "
+           "not stand in text" +
+               within.substr(within.find(';'))},
+          {R"(<!--#parser fn="HTTP_Parser_Print_Meta_Data_Attributes_fn" format="html"-->)",
+           "p.html:1:1: HTTP_Parser_Print_Meta_Data_Attributes_fn has no format "
+           "\"html\", as its values are escaped for scripts; it has \"js\" or "
+           "\"json\""},
+      });
+}
+
 TEST_F(PageTest, RefusesAListingThatWouldCloseTheOpenTemplate) {
   const std::string block = "<script type=\"application/json\">" + kListNonWia + "</script>";
   const std::string refused =

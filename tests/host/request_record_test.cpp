@@ -48,16 +48,28 @@ TEST(ParserFunctions, HasNoNameTwice) {
   EXPECT_EQ(find_parser_function("HTTP_Parser_Unknown_fn"), nullptr);
 }
 
-TEST(ParserFunctions, ListsAsManyValuesAsAFormatHasConversions) {
+TEST(ParserFunctions, ListsTheValuesThatAFormatHasConversionsFor) {
   for (const ParserFunction& row : parser_functions()) {
     for (const Print& print : row.prints) {
-      size_t conversions = 0;
-      for (size_t at = print.format.find('%'); at != std::string_view::npos;
-           at = print.format.find('%', at + 1)) {
-        EXPECT_EQ(print.format.substr(at, 2), "%s") << row.name;
-        ++conversions;
+      size_t at = 0;
+      for (const Value kind : print.values) {
+        at = print.format.find('%', at);
+        ASSERT_NE(at, std::string_view::npos) << row.name << ": " << print.format;
+        EXPECT_EQ(print.format.substr(at, 2), kind == Value::counter ? "%d" : "%s") << row.name;
+        ++at;
       }
-      EXPECT_EQ(conversions, print.values.size()) << row.name << ": " << print.format;
+      EXPECT_EQ(print.format.find('%', at), std::string_view::npos) << row.name;
+    }
+  }
+}
+
+TEST(ParserFunctions, AddsOneCountedItemToAMember) {
+  for (const ParserFunction& row : parser_functions()) {
+    for (const Print& print : row.prints) {
+      EXPECT_EQ(print.gather == Gather::member, !print.member.empty()) << row.name;
+      if (print.gather != Gather::member) continue;
+      ASSERT_EQ(print.values.size(), 2U) << print.member;
+      EXPECT_EQ(print.values[0], Value::counter) << print.member;
     }
   }
 }
@@ -139,6 +151,72 @@ TEST(Adiprintf, EscapesDestinationsForTextAndScripts) {
     adiprintf(printing.record(), kDestination, "&", "<b>", "", "", "", "", "", "", "'\"");
     EXPECT_EQ(printing.text(), text);
   }
+}
+
+// Prints as the module does for a template with two fields, escapes of its own included.
+void print_metadata(QVN_AppData* record) {
+  adiprintf(record, "var defaultValue       = new Array();\n");
+  adiprintf(record, "var fieldLabel         = new Array();\n");
+  adiprintf(record, "var fieldName          = new Array();\n");
+  adiprintf(record, "var invocationName     = new Array();\n");
+  adiprintf(record, "var maskUserInput      = new Array();\n");
+  adiprintf(record, "var requireUserInput   = new Array();\n");
+  adiprintf(record, "var validateData\t      = new Array();\n");
+  for (int i = 0; i < 2; ++i) {
+    adiprintf(record, "defaultValue[%d]        = \"%s\";\n", i, i == 0 ? "<\\/script>\\\\" : "");
+    adiprintf(record, "fieldLabel[%d]          = \"%s\";\n", i, "it\\'s \\\"x\\\"\n");
+    adiprintf(record, "fieldName[%d]           = \"%s\";\n", i, "\xE2\x80\xA8\xFF");
+    adiprintf(record, "maskUserInput[%d]       = \"%s\";\n", i, "a/b");
+    adiprintf(record, "requireUserInput[%d]    = \"%s\";\n", i, "\\\\\\\"");
+    adiprintf(record, "validateData[%d]        = \"%s\";\n", i, "true");
+    adiprintf(record, "invocationName[%d]      = \"%s\";\n", i, "\";f(\\'`${");
+  }
+}
+
+TEST(Adiprintf, PrintsMetadataAsStatementsThatNoValueLeaves) {
+  Printing printing("HTTP_Parser_Print_Meta_Data_Attributes_fn", Format::js);
+  print_metadata(printing.record());
+  const auto field = [](const std::string& number, const std::string& value) {
+    return "defaultValue[" + number + "]        = \"" + value + "\";\nfieldLabel[" + number +
+           "]          = \"it\\'s \\\"x\\\"\\x0A\";\nfieldName[" + number +
+           "]           = \"\\u2028\xEF\xBF\xBD\";\nmaskUserInput[" + number +
+           "]       = \"a/b\";\nrequireUserInput[" + number +
+           "]    = \"\\\\\\\"\";\nvalidateData[" + number +
+           "]        = \"true\";\ninvocationName[" + number +
+           "]      = \"\\\";f(\\\\\\'\\`\\${\";\n";
+  };
+  EXPECT_EQ(printing.text(),
+            "var defaultValue       = new Array();\n"
+            "var fieldLabel         = new Array();\n"
+            "var fieldName          = new Array();\n"
+            "var invocationName     = new Array();\n"
+            "var maskUserInput      = new Array();\n"
+            "var requireUserInput   = new Array();\n"
+            "var validateData\t      = new Array();\n" +
+                field("0", "\\x3C\\/script\\x3E\\\\") + field("1", ""));
+}
+
+TEST(Adiprintf, GathersEachFieldOfMetadataAsAnObjectWithoutTheModulesEscapes) {
+  Printing printing("HTTP_Parser_Print_Meta_Data_Attributes_fn", Format::json);
+  print_metadata(printing.record());
+  EXPECT_EQ(printing.text(), "");
+  Json expected = Json::array();
+  for (const char* value : {"</script>\\", ""}) {
+    expected.push_back({{"defaultValue", value},
+                        {"fieldLabel", "it's \"x\"\n"},
+                        {"fieldName", "\xE2\x80\xA8\xEF\xBF\xBD"},
+                        {"maskUserInput", "a/b"},
+                        {"requireUserInput", "\\\""},
+                        {"validateData", "true"},
+                        {"invocationName", "\";f(\\'`${"}});
+  }
+  EXPECT_EQ(printing.tag().finish(), json_text(expected));
+}
+
+TEST(Adiprintf, PrintsAnEmptyArrayForATemplateWithoutMetadata) {
+  Printing printing("HTTP_Parser_Print_Meta_Data_Attributes_fn", Format::json);
+  adiprintf(printing.record(), "var fieldName          = new Array();\n");
+  EXPECT_EQ(printing.tag().finish(), "[]");
 }
 
 TEST(Adiprintf, TakesANullValueForAnEmptyOne) {

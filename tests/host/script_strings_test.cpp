@@ -9,11 +9,14 @@
 namespace platen {
 namespace {
 
-std::vector<std::string> strings_of(const std::string& script) {
+using Spans = std::vector<ScriptSpan> ScriptStrings::*;
+
+// The texts of the spans of one kind.
+std::vector<std::string> texts_of(const std::string& script, Spans kind) {
   const ScriptStrings found = find_script_strings(script);
   EXPECT_FALSE(found.unclosed) << script;
   std::vector<std::string> out;
-  for (const StringSpan& span : found.spans) {
+  for (const ScriptSpan& span : found.*kind) {
     out.push_back(script.substr(span.begin, span.end - span.begin));
   }
   return out;
@@ -44,7 +47,24 @@ TEST(ScriptStrings, AreToldFromEverythingThatLooksAlike) {
       {"a = /x/ / 'y'", {"y"}},
       {"a = 'x\\\ny'", {"x\\\ny"}},
   };
-  for (const auto& [script, strings] : rows) EXPECT_EQ(strings_of(script), strings) << script;
+  for (const auto& [script, strings] : rows)
+    EXPECT_EQ(texts_of(script, &ScriptStrings::strings), strings) << script;
+}
+
+TEST(ScriptStrings, AreBesideTheFirstWordsOfStatements) {
+  const std::vector<std::pair<std::string, std::vector<std::string>>> rows = {
+      {"", {}},
+      {"a = b", {"a"}},
+      {"a;b c;\n(d);e", {"a", "b", "e"}},
+      {"// a;b\nc /* d */; /* e;f */ g", {"c", "g"}},
+      {"function f() { a; b = 1 } c", {"function", "a", "b", "c"}},
+      {"f(';a;'); b = /;c;/; d", {"f", "b", "d"}},
+      {"`;a; ${b;c} ;d` + e; f", {"f"}},
+      {"if (a) b; else c", {"if", "else"}},
+  };
+  for (const auto& [script, words] : rows) {
+    EXPECT_EQ(texts_of(script, &ScriptStrings::statements), words) << script;
+  }
 }
 
 TEST(ScriptStrings, TellWhereSomethingIsNotClosed) {
