@@ -31,6 +31,7 @@ constexpr TagRule kTags[] = {
     {"token", "", "", TagKind::token, kHtmlText, Format::html, false},
     {"login", "", "", TagKind::login, kAnywhere, Format::html, true},
     {"posted", "", "", TagKind::posted, kData, Format::json, true},
+    {"page", "", "", TagKind::page, kData, Format::json, true},
     {"notice", "", "", TagKind::notice, kAnywhere, Format::html, true},
     {"accounts", "", "", TagKind::accounts, kData, Format::json, true},
     {"jobs", "", "", TagKind::jobs, kData, Format::json, true},

@@ -25,6 +25,7 @@ enum class TagKind {
   login,
   posted,
   notice,
+  page,
   accounts,
   jobs,
   mailbox,

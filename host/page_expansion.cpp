@@ -91,6 +91,7 @@ class PageRun {
       case TagKind::login:
       case TagKind::posted:
       case TagKind::notice:
+      case TagKind::page:
       case TagKind::accounts:
       case TagKind::jobs:
       case TagKind::mailbox:

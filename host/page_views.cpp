@@ -135,6 +135,8 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
       return is_shown ? parsed(take_kept(address, visit)) : Json();
     case TagKind::notice:
       return text_or_null(is_shown ? visit->take(kNotice) : "", tag.format);
+    case TagKind::page:
+      return valid_utf8(request.path);
     case TagKind::accounts:
       return accounts(*visit);
     case TagKind::jobs:

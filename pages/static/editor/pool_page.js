@@ -35,13 +35,14 @@ function row(fileName, isDriver) {
   const name = withoutSuffix(fileName);
   const path = `${directory}/${fileName}`;
   const [view, ...others] = pagesFor(path, login);
+  const offered = others.filter((page) => page in PAGE_WORDS);
   if (!view) return element("li", {}, name, " ", element("small", {}, words("list.unreachable")));
   const attributes = { class: isDriver ? "driver" : false };
   return element(
     "li",
     attributes,
     element("a", { class: "name", href: pageAddress(view, path) }, name),
-    element("span", { class: "actions" }, ...others.map((page) => pageLink(page, path, name))),
+    element("span", { class: "actions" }, ...offered.map((page) => pageLink(page, path, name))),
   );
 }
 

@@ -6,12 +6,13 @@ const ROOT = "/tmp/template/pool";
 const ANYBODY = ["user", "administrator"];
 
 // `writers` are the roles that may change a pool's templates; `keepsNames` forbids renaming, and
-// `keepsFiles` deleting: a mailbox template goes with its folder, on the mailbox's own page.
+// `keepsFiles` deleting: a mailbox template goes with its folder, on the mailbox's own page. From one
+// that `restores`, templates of the other pools are restored.
 const POOLS = [
   { directory: `${ROOT}/web`, writers: ANYBODY, keepsNames: false },
   { directory: `${ROOT}/mailbox`, writers: ["administrator"], keepsNames: true, keepsFiles: true },
   { directory: `${ROOT}/system`, writers: ["administrator"], keepsNames: true },
-  { directory: `${ROOT}/factory`, writers: [], keepsNames: true },
+  { directory: `${ROOT}/factory`, writers: [], keepsNames: true, restores: true },
   { directory: ROOT, writers: ANYBODY, keepsNames: true },
 ];
 
@@ -46,15 +47,29 @@ export function pageAddress(page, path) {
   return `/${page}.html?ParserFilename=${encodePath(path)}`;
 }
 
+/** The address of a template's page of that name, or of its file for "download". */
+export function addressFor(page, path) {
+  if (page !== "download") return pageAddress(page, path);
+  return `/download/template?ParserFilename=${encodePath(path)}`;
+}
+
 /**
- * The pages that `login` may open for the template, in the order in which they are offered. Nobody
- * logged in gets them all: they ask for a login.
+ * The pages that `login` may open for the template, "template" first. Nobody logged in gets them
+ * all: they ask for a login.
  */
 export function pagesFor(path, login) {
-  const { writers, keepsNames, keepsFiles } = poolOf(directoryOf(path));
+  const { writers, keepsNames, keepsFiles, restores } = poolOf(directoryOf(path));
   if (path.includes("\uFFFD")) return [];
-  const writes = login === null ? writers.length > 0 : writers.includes(login.role);
-  if (!writes) return ["template", "copy"];
-  if (keepsFiles || path === PROTECTED) return ["template", "edit", "copy"];
-  return ["template", "edit", "copy", ...(keepsNames ? [] : ["rename"]), "delete"];
+  const mayBe = (roles) => (login === null ? roles.length > 0 : roles.includes(login.role));
+  const isFixed = keepsFiles || path === PROTECTED;
+  return [
+    "template",
+    ...(mayBe(writers) ? ["edit", "metadata", "destinations"] : []),
+    ...(writers.length > 0 ? ["history"] : []),
+    "copy",
+    ...(mayBe(writers) && !keepsNames ? ["rename"] : []),
+    ...(restores && mayBe(["administrator"]) ? ["restore"] : []),
+    "download",
+    ...(mayBe(writers) && !isFixed ? ["delete"] : []),
+  ];
 }

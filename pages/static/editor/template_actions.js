@@ -1,21 +1,29 @@
-// What may be done with the template that the template page shows.
+// The pages of one template, and the way back to its list.
 // SPDX-License-Identifier: MIT
 import { readBlock } from "./dom.js";
-import { directoryOf, pageAddress, pagesFor, poolAddress } from "./pools.js";
+import { addressFor, directoryOf, pagesFor, poolAddress } from "./pools.js";
 import { templatePath } from "./typed.js";
+
+// What can be done with a file that cannot be opened.
+const WITHOUT_TEMPLATE = ["template", "history", "restore", "download", "delete"];
 
 const path = templatePath();
 
-// A file that cannot be opened can still be deleted.
-const WITHOUT_TEMPLATE = ["delete"];
+/** False on a page that shows a template which could not be opened. */
+const isReadable = document.getElementById("template") === null || readBlock("template") !== null;
+
+function show(link) {
+  const { page } = link.dataset;
+  const isCurrent = readBlock("page") === `/${page}.html`;
+  link.href = addressFor(page, path);
+  link.hidden = !isCurrent && !isReadable && !WITHOUT_TEMPLATE.includes(page);
+  if (isCurrent) link.ariaCurrent = "page";
+}
 
 if (path !== "") {
-  const allowed = pagesFor(path, readBlock("login"));
-  const isOpen = readBlock("template") !== null;
-  const offered = allowed.filter((page) => isOpen || WITHOUT_TEMPLATE.includes(page));
+  const offered = pagesFor(path, readBlock("login"));
   for (const link of document.querySelectorAll("a[data-page]")) {
-    link.href = pageAddress(link.dataset.page, path);
-    link.hidden = !offered.includes(link.dataset.page);
+    if (offered.includes(link.dataset.page)) show(link);
   }
   document.getElementById("back").href = poolAddress(directoryOf(path));
 }
