@@ -7,6 +7,8 @@
 #include <string_view>
 #include <variant>
 
+#include "installed_place.h"
+
 namespace platen {
 namespace {
 
@@ -42,8 +44,8 @@ const OptionRow kOptions[] = {
     {"--data", "DIR", Text{&Options::data},
      "serve the device tree DIR (pool, tarn, spool, etc, state) in a sandbox;\n"
      "without it the paths of the device itself are used"},
-    {"--pages", "DIR", Text{&Options::pages}, "the pages to serve (" PLATEN_PAGES ")"},
-    {"--module", "FILE", Text{&Options::module}, "the parser module (" PLATEN_MODULE ")"},
+    {"--pages", "DIR", Text{&Options::pages}, "the pages to serve (those of platend)"},
+    {"--module", "FILE", Text{&Options::module}, "the parser module (that of platend)"},
     {"--settings", "DIR", Text{&Options::settings},
      "directory of phrases/ and paths.txt (/etc/platen; with --data: DIR/etc)"},
     {"--state", "DIR", Text{&Options::state},
@@ -119,8 +121,8 @@ void fill_defaults(Options* options) {
     }
   };
   const bool own_tree = !options->data.empty();
-  fill(&options->pages, PLATEN_PAGES);
-  fill(&options->module, PLATEN_MODULE);
+  fill(&options->pages, installed_place(PLATEN_PAGES_PLACE));
+  fill(&options->module, installed_place(PLATEN_MODULE_PLACE));
   fill(&options->settings, own_tree ? options->data + "/etc" : "/etc/platen");
   fill(&options->state, own_tree ? options->data + "/state" : "/var/lib/platen");
 }

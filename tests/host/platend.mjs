@@ -65,11 +65,11 @@ export async function run(command, args, options = {}) {
 
 /** A platend that serves; made by startPlatend(). */
 class Platend {
-  constructor(args, options) {
+  constructor(file, args, options) {
     this.mark = `PLATEN_TEST=${randomUUID()}`;
     const [name, value] = this.mark.split('=');
     const env = { ...(options.env ?? process.env), [name]: value };
-    this.child = spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options, env });
+    this.child = spawn(file, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options, env });
     this.log = '';
     this.output = '';
     this.closed = once(this.child, 'close');
@@ -146,19 +146,19 @@ export function request(address, target, { method = 'GET', agent, headers, body 
 }
 
 /**
- * Starts platend for the test `t` and waits until it serves. `pages` is a directory or {name: text};
- * `data` a device tree, an empty one if missing, false for none; `args` are further options, `options`
- * those of spawn(). It is stopped when the test ends.
+ * Starts platend for the test `t` and waits until it serves. `pages` is a directory or {name: text},
+ * platend's own if missing; `data` a device tree, an empty one if missing, false for none; `args` are
+ * further options, `options` those of spawn(), `file` is the program. It is stopped when the test ends.
  */
-export async function startPlatend(t, { pages, data, args = [], options = {} } = {}) {
+export async function startPlatend(t, { pages, data, args = [], options = {}, file = program } = {}) {
   const directory = temporaryDirectory(t);
   const pageDirectory = typeof pages === 'string' ? pages : path.join(directory, 'pages');
   if (typeof pages === 'object') writeFiles(pageDirectory, pages);
   const device = data ?? emptyDevice(path.join(directory, 'data'));
-  const all = ['--pages', pageDirectory];
+  const all = pages ? ['--pages', pageDirectory] : [];
   if (device) all.push('--data', device);
   if (!args.includes('--fastcgi')) all.push('--port', '0');
-  const platend = new Platend([...all, ...args], options);
+  const platend = new Platend(file, [...all, ...args], options);
   atEnd(t, () => platend.stop('SIGTERM'));
   await platend.serving();
   platend.data = device;
