@@ -63,6 +63,10 @@ constexpr Print kMetadataStatements[] = {
     {"invocationName[%d]      = \"%s\";\n", kCountedPlain, Gather::member, "invocationName"},
 };
 
+constexpr Print kCloneGroups[] = {
+    {"%s", kPlain, Gather::groups},
+};
+
 constexpr Print kFolderStatements[] = {
     {"$%s->AddFolderToList( new %s( \"%s\", %s, \"%s\" ));\n", kFivePlain},
 };
@@ -91,6 +95,8 @@ constexpr ParserFunction kFunctions[] = {
      kDestinations},
     {"HTTP_Parser_Print_Meta_Data_Attributes_fn", Shape::output, TemplateUse::reads,
      kScriptCode | kJsonBlock, Format::none, kMetadataStatements},
+    {"HTTP_Parser_Clone_fn", Shape::output, TemplateUse::none, kAnywhere, Format::none,
+     kCloneGroups},
     {"HTTP_Parser_Mailbox_List_fn", Shape::output, TemplateUse::none, kPhpCode, Format::php,
      kFolderStatements},
     {"HTTP_Parser_Folder_Passwords_List_fn", Shape::output, TemplateUse::opens_own, kPhpCode,

@@ -52,6 +52,7 @@ enum class Gather {
   items,   // each of its items
   record,  // one array of its items
   member,  // its item, under a name of its own, to the object at the place of its counter
+  groups,  // the clone groups that its item lists
 };
 
 // One way in which a function prints: the exact format it hands over and what its values are.

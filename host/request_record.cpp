@@ -8,6 +8,7 @@
 #include <new>
 #include <utility>
 
+#include "clone_groups.h"
 #include "platform/server.h"
 
 namespace platen {
@@ -59,6 +60,9 @@ void TagOutput::gather(const Print& print, Json items, int counter) {
       break;
     case Gather::record:
       items_.push_back(std::move(items));
+      break;
+    case Gather::groups:
+      items_ = clone_groups(items[0].get_ref<const std::string&>());
       break;
     case Gather::member:
       items_[counter][print.member] = std::move(items[0]);

@@ -219,6 +219,18 @@ TEST(Adiprintf, PrintsAnEmptyArrayForATemplateWithoutMetadata) {
   EXPECT_EQ(printing.tag().finish(), "[]");
 }
 
+TEST(Adiprintf, ReadsTheListOfCloneGroupsForJsonOnly) {
+  const char* list = "10,A & B,<i>?,20,\xFF,";
+  Printing json("HTTP_Parser_Clone_fn", Format::json);
+  EXPECT_EQ(adiprintf(json.record(), "%s", list), 0);
+  EXPECT_EQ(json.tag().finish(),
+            "[{\"token\":10,\"name\":\"A & B\",\"subs\":[\"\\u003Ci>\"]},"
+            "{\"token\":20,\"name\":\"\xEF\xBF\xBD\",\"subs\":[]}]");
+  Printing html("HTTP_Parser_Clone_fn", Format::html);
+  adiprintf(html.record(), "%s", list);
+  EXPECT_EQ(html.text(), "10,A &amp; B,&lt;i&gt;?,20,\xEF\xBF\xBD,");
+}
+
 TEST(Adiprintf, TakesANullValueForAnEmptyOne) {
   Printing printing("HTTP_Parser_Get_fn", Format::html);
   const char* volatile nothing = nullptr;  // or the compiler refuses the call
