@@ -92,9 +92,12 @@ std::string value_fault(const FieldRule& rule, std::string_view value) {
   if (value.size() > rule.limit) {
     return "is too long; it has at most " + std::to_string(rule.limit) + " bytes";
   }
-  if (value.find('\0') != std::string_view::npos) return "holds a NUL byte";
+  if (rule.kind != Kind::file && value.find('\0') != std::string_view::npos) {
+    return "holds a NUL byte";
+  }
   switch (rule.kind) {
     case Kind::text:
+    case Kind::file:
       break;
     case Kind::word:
       return word_fault(rule.words, value);

@@ -23,6 +23,7 @@ enum class Kind {
   entry,           // the name of a mailbox folder, or of a file of a job
   optional_entry,  // the same or nothing
   folder,          // a folder's name that the settings can hold
+  file,            // an uploaded file of any bytes
 };
 
 struct FieldRule {

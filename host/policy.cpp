@@ -234,7 +234,9 @@ std::optional<Refusal> refuse(std::string_view field, const std::string& fault, 
 std::optional<Refusal> refuse_field(const FormRule& form, const FormField& field) {
   const FieldRule* rule = find_rule(form, field.name);
   if (rule == nullptr) return refuse(field.name, "is not known to this form; leave it out");
-  if (field.is_file) return refuse(field.name, "is a file; this form takes none");
+  const bool takes_file = rule->kind == Kind::file;
+  if (field.is_file && !takes_file) return refuse(field.name, "is a file; this form takes none");
+  if (!field.is_file && takes_file) return refuse(field.name, "is no file; choose one");
   const std::string fault = value_fault(*rule, field.value);
   return fault.empty() ? std::nullopt : refuse(field.name, fault);
 }

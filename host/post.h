@@ -3,6 +3,7 @@
 #ifndef HOST_POST_H_
 #define HOST_POST_H_
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,6 +40,7 @@ struct Outcome {
   std::vector<Field> headers;      // for the answer
   std::string wrong;  // of a form that is done: what was wrong all the same, for the audit
   std::string file;   // of a form that is done: the path of a file to send instead
+  std::optional<Response> response;  // of a form that is done: the answer instead
 
   bool done() const { return status == 303; }
 };

@@ -215,6 +215,7 @@ Response Posts::respond(const PostRun& run, const Outcome& outcome, Visit* visit
   if (outcome.done()) {
     if (!outcome.text.empty()) visit->leave("notice", outcome.text);
     if (!outcome.file.empty()) return file_response(outcome.file);
+    if (outcome.response) return *outcome.response;
     return redirection(outcome.next_page.empty() ? next_page(run.post(), page) : outcome.next_page);
   }
   if (page.empty()) return error_response(outcome.status, outcome.text, kAdvice);

@@ -138,6 +138,19 @@ TEST(FormPolicy, RefusesAnUploadedFile) {
             "The field \"ParserFilename\" is a file; this form takes none.");
 }
 
+TEST(FormPolicy, TakesAFileOfAnyBytesOnlyWhereTheFieldIsOne) {
+  constexpr FieldRule kFileField[] = {{"upload", Kind::file, 5}};
+  const FormRule form = {"/do/upload", Role::user, Act::none, kFileField, {}, {}};
+  std::vector<FormField> fields = form_fields({{"upload", std::string("\0\xFF\r\n|", 5)}});
+  EXPECT_EQ(refuse_form(form, fields, Role::user)->text,
+            "The field \"upload\" is no file; choose one.");
+  fields[0].is_file = true;
+  EXPECT_FALSE(refuse_form(form, fields, Role::user));
+  fields[0].value += 'x';
+  EXPECT_EQ(refuse_form(form, fields, Role::user)->text,
+            "The field \"upload\" is too long; it has at most 5 bytes.");
+}
+
 TEST(FormPolicy, RefusesAFieldGivenTwiceAndARunThatIsNotClosed) {
   const Fields source = {{"ParserFilename", kWebFile}};
   EXPECT_EQ(refusal(kSet, joined(source, source)),
