@@ -11,6 +11,7 @@
 
 #include "account_command.h"
 #include "accounts.h"
+#include "clone_phrases.h"
 #include "config_command.h"
 #include "device/configuration.h"
 #include "device/database.h"
@@ -43,6 +44,14 @@ int refuse(const std::string& error) {
   return kFailed;
 }
 
+// Prints the lines; false when there is one.
+bool tell_faults(const std::vector<std::string>& faults, FILE* stream) {
+  for (const std::string& line : faults) {
+    fprintf(stream, "%s\n", line.c_str());
+  }
+  return faults.empty();
+}
+
 // Prints every fault of the pages; false when there is one.
 bool pages_are_sound(const Options& options, FILE* stream) {
   std::error_code fault;
@@ -52,11 +61,30 @@ bool pages_are_sound(const Options& options, FILE* stream) {
            "; choose their directory with --pages");
     return false;
   }
-  const auto faults = Site(options.pages, nullptr).check();
-  for (const std::string& line : faults) {
-    fprintf(stream, "%s\n", line.c_str());
+  return tell_faults(Site(options.pages, nullptr).check(), stream);
+}
+
+bool load_device_paths(const Options& options, std::string* error) {
+  return load_paths(options.settings + "/paths.txt", fs::path(options.settings).parent_path(),
+                    error);
+}
+
+// Prints every fault of the names of clone groups; false when there is one. Pages can be checked
+// without a device.
+bool clone_phrases_are_sound(const Options& options, FILE* stream) {
+  if (!fs::exists(options.settings + "/paths.txt")) return true;
+  std::string error;
+  if (!load_device_paths(options, &error)) {
+    refuse(error);
+    return false;
   }
-  return faults.empty();
+  return tell_faults(
+      clone_phrase_faults({options.pages + "/phrases", options.settings + "/phrases"}), stream);
+}
+
+bool is_sound(const Options& options, FILE* stream) {
+  const bool pages = pages_are_sound(options, stream);
+  return clone_phrases_are_sound(options, stream) && pages;
 }
 
 // Everything that platend and its children write to standard error from now on goes to the file.
@@ -82,9 +110,7 @@ bool open_device(const Options& options, std::string* error) {
     return false;
   }
   const bool is_new = !fs::exists(database_file(options));
-  return load_phrases(options.settings + "/phrases", error) &&
-         load_paths(options.settings + "/paths.txt", fs::path(options.settings).parent_path(),
-                    error) &&
+  return load_phrases(options.settings + "/phrases", error) && load_device_paths(options, error) &&
          open_configuration(database_file(options), error) &&
          (!is_new || store_first_settings(options.settings + "/settings.txt", error));
 }
@@ -196,7 +222,7 @@ int serve(const Options& options) {
       (!options.data.empty() && !prepare_data(fs::absolute(options.data), &error))) {
     return refuse(error);
   }
-  return pages_are_sound(options, stderr) ? open_and_serve(options, module) : kFailed;
+  return is_sound(options, stderr) ? open_and_serve(options, module) : kFailed;
 }
 
 int run_command(const Options& options) {
@@ -223,7 +249,7 @@ int run(const std::vector<std::string>& arguments) {
   }
   if (!options.command.empty()) return run_command(options);
   if (options.check) {
-    return pages_are_sound(options, stdout) ? 0 : kFailed;
+    return is_sound(options, stdout) ? 0 : kFailed;
   }
   return serve(options);
 }

@@ -60,7 +60,7 @@ const OptionRow kOptions[] = {
      "8 calls, 102 everything; 9 and above show passwords (6)"},
     {"--log-file", "FILE", Text{&Options::log_file}, "append the log to FILE (standard error)"},
     {"--check", "", Flag{&Options::check},
-     "check the pages, print their faults and end: 0 none, 1 some"},
+     "check the pages and the names of clone groups, print their faults and end:\n0 none, 1 some"},
     {"--version", "", Flag{&Options::version}, "print the version and end"},
     {"--help", "", Flag{&Options::help}, "print this text and end"},
 };

@@ -78,6 +78,25 @@ test('--check tells each fault of the pages with page, line and column', async (
   assert.deepEqual([code, stdout, stderr], [0, '', '']);
 });
 
+test('--check and every start refuse names of clone groups that their list cannot hold', async (t) => {
+  const { directory, platend } = workshop(t);
+  const data = path.join(directory, 'data');
+  writeFiles(data, {
+    'etc/paths.txt': 'nc_dlms_data\tdlms\n',
+    'etc/phrases/de-de.txt': '# Namen\n10\tNetz, Fax\n11\tLos?\n101\tAdressen\n102\tWie?\n',
+    'etc/phrases/en-us.txt': '10\tNetwork\n1\tWhy, oh\n101\tAddresses,',
+    'dlms/clone/data/clone_file_webui': '1,10,11.key == on,101, 102 ,x\n',
+  });
+  const fault = (line, token) =>
+    `data/etc/phrases/${line}: the phrase ${token} names a clone group and may hold neither "," ` +
+    'nor "?"; write it without\n';
+  const faults = fault('de-de.txt:2', 10) + fault('de-de.txt:5', 102) + fault('en-us.txt:3', 101);
+  assert.deepEqual(await platend(['--check']), { code: 1, signal: null, stdout: faults, stderr: '' });
+  assert.deepEqual(await platend([]), { code: 1, signal: null, stdout: '', stderr: faults });
+  fs.rmSync(path.join(data, 'dlms'), { recursive: true });
+  assert.equal((await platend(['--check'])).code, 0);
+});
+
 const refusals = [
   {
     name: 'missing data directory',
