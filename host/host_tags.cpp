@@ -37,6 +37,7 @@ constexpr TagRule kTags[] = {
     {"jobs", "", "", TagKind::jobs, kData, Format::json, true},
     {"mailbox", "", "", TagKind::mailbox, kData, Format::json, true},
     {"session", "", "", TagKind::session, kPhpCode, Format::php, true},
+    {"difference", "", "", TagKind::difference, kData, Format::json, true},
 };
 
 struct FormatName {

@@ -30,6 +30,7 @@ enum class TagKind {
   jobs,
   mailbox,
   session,
+  difference,
 };
 
 struct PageText {

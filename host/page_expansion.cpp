@@ -96,6 +96,7 @@ class PageRun {
       case TagKind::jobs:
       case TagKind::mailbox:
       case TagKind::session:
+      case TagKind::difference:
         return print(host_value(tag), tag.format);
       case TagKind::include:
         return;  // resolved when the page was read

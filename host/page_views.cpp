@@ -145,6 +145,8 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
       return mailbox_.settings(*visit);
     case TagKind::session:
       return mailbox_.session(*visit);
+    case TagKind::difference:
+      return visit->role() == Role::anonymous ? Json() : history_.difference(request.query);
     default:
       return nullptr;
   }

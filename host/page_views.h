@@ -9,6 +9,7 @@
 #include "mailbox.h"
 #include "output_format.h"
 #include "site.h"
+#include "template_history.h"
 #include "visit.h"
 
 namespace platen {
@@ -25,9 +26,9 @@ Response redirection(const std::string& address);
 
 class PageViews {
  public:
-  // Requires all three to outlive the object.
-  PageViews(Site& site, Visitors& visitors, const Mailbox& mailbox)
-      : site_(site), visitors_(visitors), mailbox_(mailbox) {}
+  // Requires all four to outlive the object.
+  PageViews(Site& site, Visitors& visitors, const Mailbox& mailbox, const TemplateHistory& history)
+      : site_(site), visitors_(visitors), mailbox_(mailbox), history_(history) {}
 
   // Answers a request for a page. Who may not see it is sent to the login, or told so.
   Response show(const Request& request, Visit* visit);
@@ -55,6 +56,7 @@ class PageViews {
   Site& site_;
   Visitors& visitors_;
   const Mailbox& mailbox_;
+  const TemplateHistory& history_;
 };
 
 }  // namespace platen

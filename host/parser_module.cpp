@@ -86,6 +86,9 @@ bool ParserModule::resolve_functions(const std::string& path, std::string* fault
   }
   return resolve(handle_, path, "HTTP_Parser_Init", &init, fault) &&
          resolve(handle_, path, "HTTP_Close_Parser_fn", &close_template, fault) &&
+         resolve(handle_, path, "CKwtTemplate", &construct_template, fault) &&
+         resolve(handle_, path, "Open", &open_template, fault) &&
+         resolve(handle_, path, "DestructorCKwtTemplate", &destruct_template, fault) &&
          resolve(handle_, path, "jt_walk", &walk, fault) &&
          resolve(handle_, path, "jt_error", &error, fault) &&
          resolve(handle_, path, "jt_failures", &failures, fault) &&

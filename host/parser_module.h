@@ -37,6 +37,9 @@ class ParserModule {
   const std::string& store_file() const { return store_file_; }
 
   // The store's functions that the host itself calls.
+  decltype(&CKwtTemplate) construct_template = nullptr;
+  decltype(&Open) open_template = nullptr;
+  decltype(&DestructorCKwtTemplate) destruct_template = nullptr;
   decltype(&jt_error) error = nullptr;
   decltype(&jt_failures) failures = nullptr;
   decltype(&jt_release_values) release_values = nullptr;

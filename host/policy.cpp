@@ -29,6 +29,7 @@ constexpr FieldRule kPageFields[] = {
     {"AttributeName", Kind::text, kNameLimit},
     {"AttributeType", Kind::text, kNameLimit},
     {"NextPage", Kind::text, kAddressLimit},
+    {"version", Kind::entry, kNameLimit},
     {"name", Kind::entry, kFolderLimit},
     {"subf", Kind::optional_entry, kJobLimit},
     {"file", Kind::entry, kNameLimit},

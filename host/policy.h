@@ -24,6 +24,10 @@ namespace platen {
 inline constexpr std::string_view kWebPool = "/tmp/template/pool/web";
 inline constexpr std::string_view kMailboxPool = "/tmp/template/pool/mailbox";
 
+// The pools of the templates that everybody uses, and of those as shipped.
+inline constexpr std::string_view kSystemPool = "/tmp/template/pool/system";
+inline constexpr std::string_view kFactoryPool = "/tmp/template/pool/factory";
+
 // The longest name of a mailbox folder: the module takes a longer one for a public folder, and
 // finds no password for its jobs.
 inline constexpr size_t kFolderLimit = 62;

@@ -39,7 +39,8 @@ bool is_form_path(std::string_view path) {
 Service::Desk::Desk(const std::string& database_file, const ParserModule& module, Site& site)
     : visitors(database_file),
       mailbox(module, visitors),
-      views(site, visitors, mailbox),
+      history(module),
+      views(site, visitors, mailbox, history),
       posts(module, visitors, mailbox, views) {}
 
 Service::Service(const std::string& pages, const ParserModule& module, std::string database_file)

@@ -31,6 +31,7 @@ class Service {
 
     Visitors visitors;
     Mailbox mailbox;
+    TemplateHistory history;
     PageViews views;
     Posts posts;
   };

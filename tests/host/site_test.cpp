@@ -238,7 +238,7 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
             (std::vector<std::string>{
                 "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
                 "parser, include, reason, phrase, template, token, "
-                "login, posted, page, notice, accounts, jobs, mailbox or session"}));
+                "login, posted, page, notice, accounts, jobs, mailbox, session or difference"}));
 }
 
 TEST_F(SiteTest, AnswersAPrintOfUnknownValuesWith500AndNoneOfThePage) {
@@ -280,7 +280,8 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
   EXPECT_EQ(site_.check(),
             (std::vector<std::string>{
                 "x.inc:1:1: unknown tag \"oh\"; the tags are parser, include, reason, phrase, "
-                "template, token, login, posted, page, notice, accounts, jobs, mailbox or session",
+                "template, token, login, posted, page, notice, accounts, jobs, mailbox, session or "
+                "difference",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
                 "closed"}));
 }
