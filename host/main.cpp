@@ -18,12 +18,14 @@
 #include "device/log.h"
 #include "device/paths.h"
 #include "device/phrases.h"
+#include "device_directories.h"
 #include "first_settings.h"
 #include "front.h"
 #include "listener.h"
 #include "options.h"
 #include "parser_module.h"
 #include "php_runtime.h"
+#include "platend_conf.h"
 #include "runtime_directory.h"
 #include "sandbox.h"
 #include "service.h"
@@ -131,22 +133,38 @@ std::string greeting(const Options& options, const std::string& address) {
   }
 }
 
-// The same program again, with absolute paths and without what has been done outside.
+std::string absolute(const std::string& path) { return fs::absolute(path).lexically_normal(); }
+
+// A path by which programs in the sandbox reach a file outside, also one that comes in its place
+// later: over its directory, which stays open. Numbers below 10 are left to inherited listeners.
+std::string path_from_sandbox(const std::string& file) {
+  const fs::path path = absolute(file);
+  const int opened = open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const int directory = fcntl(opened, F_DUPFD, 10);
+  close(opened);
+  return "/proc/self/fd/" + std::to_string(directory) + "/" + path.filename().string();
+}
+
+// The same program again, with absolute paths where it had others. It reads the configuration file
+// itself, so that it can do so again.
 int serve_in_sandbox(const Options& options, const ParserModule& module, int listener) {
-  Options inner = options;
-  inner.data.clear();
-  inner.log_file.clear();
-  for (std::string* path : {&inner.pages, &inner.module, &inner.settings, &inner.state}) {
-    *path = fs::absolute(*path).lexically_normal();
-  }
-  fs::create_directories(inner.state);
   SandboxedProgram program;
   program.program = fs::read_symlink("/proc/self/exe");
-  program.arguments = option_arguments(inner);
-  program.readable = {program.program, inner.module, fs::canonical(module.store_file()),
-                      inner.pages, inner.settings};
-  program.writable = inner.state;
+  program.arguments = options.arguments;
+  program.readable = {program.program, fs::canonical(module.store_file())};
   program.listener = listener;
+  const auto pass = [&](const std::string& name, const std::string& path) {
+    program.arguments.push_back(std::string(name).append("=").append(path));
+    return path;
+  };
+  program.readable.push_back(pass("--module", absolute(options.module)));
+  program.readable.push_back(pass("--pages", absolute(options.pages)));
+  program.readable.push_back(pass("--settings", absolute(options.settings)));
+  program.writable = pass("--state", absolute(options.state));
+  fs::create_directories(options.state);
+  if (!options.log_file.empty()) pass("--log-file", path_from_sandbox(options.log_file));
+  if (!options.config.empty()) pass("--config", path_from_sandbox(options.config));
+  program.arguments.emplace_back("--sandboxed");
   return run_sandboxed(fs::canonical(options.data), program);
 }
 
@@ -232,6 +250,14 @@ int run_command(const Options& options) {
              : config_command(words, database_file(options), stdout, stderr);
 }
 
+// What lies elsewhere can be served without one of them.
+void advise_on_directories(const Options& options) {
+  if (!options.data.empty() || options.sandboxed) return;
+  for (const std::string& fault : device_directory_faults()) {
+    refuse(fault);
+  }
+}
+
 int run(const std::vector<std::string>& arguments) {
   Options options;
   std::string error;
@@ -247,7 +273,10 @@ int run(const std::vector<std::string>& arguments) {
     puts("platend " PLATEN_VERSION);
     return 0;
   }
+  const auto faults = complete_options(&options);
+  if (!tell_faults(faults, options.check ? stdout : stderr)) return kFailed;
   if (!options.command.empty()) return run_command(options);
+  advise_on_directories(options);
   if (options.check) {
     return is_sound(options, stdout) ? 0 : kFailed;
   }

@@ -1,9 +1,10 @@
-// The options of platend as one table, from which they are read and explained.
+// The options of platend as one table, from which they are read, set and explained.
 // SPDX-License-Identifier: MIT
 #include "options.h"
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <string_view>
 #include <variant>
 
@@ -22,76 +23,95 @@ struct Text {
   std::string Options::*field;
 };
 
+struct Path {
+  std::string Options::*field;
+};
+
 struct Number {
   int Options::*field;
   int least;
   int most;
 };
 
+// What is said of one start stands on the command line only; a setting also stands in a file.
+enum class Use { start, setting };
+
 struct OptionRow {
   std::string_view name;
   std::string_view value;  // how the help calls it
-  std::variant<Flag, Text, Number> target;
-  std::string_view help;
+  Use use;
+  std::variant<Flag, Text, Path, Number> target;
+  std::string_view help;  // empty: for platend's own use
 };
 
 const OptionRow kOptions[] = {
-    {"--port", "N", Number{&Options::port, 0, 65535},
+    {"--config", "FILE", Use::start, Path{&Options::config},
+     "take options with a value from FILE, as lines such as \"port = 80\", too;\n"
+     "the command line goes before it (platend.conf in the directory of\n"
+     "--settings, if it is there)"},
+    {"--port", "N", Use::setting, Number{&Options::port, 0, 65535},
      "port of the web server, 0 for any free one (8080)"},
-    {"--address", "IP", Text{&Options::address}, "address of the web server (127.0.0.1)"},
-    {"--fastcgi", "SOCKET", Text{&Options::fastcgi},
+    {"--address", "IP", Use::setting, Text{&Options::address},
+     "address of the web server (127.0.0.1)"},
+    {"--fastcgi", "SOCKET", Use::setting, Path{&Options::fastcgi},
      "start no web server; answer FastCGI on this Unix socket instead"},
-    {"--data", "DIR", Text{&Options::data},
+    {"--data", "DIR", Use::setting, Path{&Options::data},
      "serve the device tree DIR (pool, tarn, spool, etc, state) in a sandbox;\n"
      "without it the paths of the device itself are used"},
-    {"--pages", "DIR", Text{&Options::pages}, "the pages to serve (those of platend)"},
-    {"--module", "FILE", Text{&Options::module}, "the parser module (that of platend)"},
-    {"--settings", "DIR", Text{&Options::settings},
+    {"--pages", "DIR", Use::setting, Path{&Options::pages},
+     "the pages to serve (those of platend)"},
+    {"--module", "FILE", Use::setting, Path{&Options::module},
+     "the parser module (that of platend)"},
+    {"--settings", "DIR", Use::setting, Path{&Options::settings},
      "directory of phrases/ and paths.txt (/etc/platen; with --data: DIR/etc)"},
-    {"--state", "DIR", Text{&Options::state},
+    {"--state", "DIR", Use::setting, Path{&Options::state},
      "directory of the configuration database (/var/lib/platen; with --data:\nDIR/state)"},
-    {"--workers", "N", Number{&Options::workers, 1, 256}, "processes that answer requests (2)"},
-    {"--worker-requests", "N", Number{&Options::worker_requests, 1, 1000000000},
+    {"--workers", "N", Use::setting, Number{&Options::workers, 1, kMostWorkers},
+     "processes that answer requests (2)"},
+    {"--worker-requests", "N", Use::setting, Number{&Options::worker_requests, 1, 1000000000},
      "requests after which a worker is replaced (10000)"},
-    {"--request-time", "SECONDS", Number{&Options::request_time, 1, 3600},
+    {"--request-time", "SECONDS", Use::setting, Number{&Options::request_time, 1, 3600},
      "time after which a request is given up (30)"},
-    {"--log-level", "N", Number{&Options::log_level, 0, 1000},
+    {"--log-level", "N", Use::setting, Number{&Options::log_level, 0, 1000},
      "record log lines up to this level: 3 errors, 5 warnings, 6 notices,\n"
      "8 calls, 102 everything; 9 and above show passwords (6)"},
-    {"--log-file", "FILE", Text{&Options::log_file}, "append the log to FILE (standard error)"},
-    {"--check", "", Flag{&Options::check},
-     "check the pages and the names of clone groups, print their faults and end:\n0 none, 1 some"},
-    {"--version", "", Flag{&Options::version}, "print the version and end"},
-    {"--help", "", Flag{&Options::help}, "print this text and end"},
+    {"--log-file", "FILE", Use::setting, Path{&Options::log_file},
+     "append the log to FILE (standard error)"},
+    {"--check", "", Use::start, Flag{&Options::check},
+     "check configuration, pages and names of clone groups, print their\nfaults and end: 0 none, 1 "
+     "some"},
+    {"--version", "", Use::start, Flag{&Options::version}, "print the version and end"},
+    {"--help", "", Use::start, Flag{&Options::help}, "print this text and end"},
+    {"--sandboxed", "", Use::start, Flag{&Options::sandboxed}, ""},
 };
 
-bool set_number(const Number& target, std::string_view value, Options* options) {
+std::string set_number(const Number& target, const std::string& value, Options* options) {
   int number = 0;
-  const auto [end, fault] = std::from_chars(value.data(), value.data() + value.size(), number);
-  if (fault != std::errc() || end != value.data() + value.size()) {
-    return false;
+  const char* last = value.data() + value.size();
+  const auto [end, fault] = std::from_chars(value.data(), last, number);
+  if (fault != std::errc() || end != last || number < target.least || number > target.most) {
+    return " takes a number from " + std::to_string(target.least) + " to " +
+           std::to_string(target.most) + ", not \"" + value + "\"";
   }
   options->*target.field = number;
-  return number >= target.least && number <= target.most;
+  return "";
 }
 
-bool set_value(const OptionRow& row, const std::string& value, Options* options,
-               std::string* error) {
+// Returns what is to stand behind the option's name in a complaint; empty when there is none.
+std::string set_value(const OptionRow& row, const std::string& value, const std::string& base,
+                      Options* options) {
   if (value.empty()) {
-    *error = std::string(row.name) + " needs a value (" + std::string(row.value) + ")";
-    return false;
+    return " needs a value (" + std::string(row.value) + ")";
   }
-  if (const auto* text = std::get_if<Text>(&row.target)) {
-    options->*text->field = value;
-    return true;
+  if (const auto* number = std::get_if<Number>(&row.target)) {
+    return set_number(*number, value, options);
   }
-  const auto& number = std::get<Number>(row.target);
-  if (!set_number(number, value, options)) {
-    *error = std::string(row.name) + " takes a number from " + std::to_string(number.least) +
-             " to " + std::to_string(number.most) + ", not \"" + value + "\"";
-    return false;
+  if (const auto* path = std::get_if<Path>(&row.target)) {
+    options->*path->field = base.empty() ? value : (std::filesystem::path(base) / value).string();
+  } else {
+    options->*std::get<Text>(row.target).field = value;
   }
-  return true;
+  return "";
 }
 
 // Splits "--name=value"; a lone "--name" leaves the value to the next argument.
@@ -109,28 +129,11 @@ Argument split_argument(const std::string& argument) {
   return {argument.substr(0, equals), argument.substr(equals + 1), true};
 }
 
-std::string assignment(std::string_view name, const std::string& value) {
-  std::string text(name);
-  return text.append("=").append(value);
-}
-
-void fill_defaults(Options* options) {
-  const auto fill = [](std::string* field, const std::string& value) {
-    if (field->empty()) {
-      *field = value;
-    }
-  };
-  const bool own_tree = !options->data.empty();
-  fill(&options->pages, installed_place(PLATEN_PAGES_PLACE));
-  fill(&options->module, installed_place(PLATEN_MODULE_PLACE));
-  fill(&options->settings, own_tree ? options->data + "/etc" : "/etc/platen");
-  fill(&options->state, own_tree ? options->data + "/state" : "/var/lib/platen");
-}
-
 }  // namespace
 
 bool parse_options(const std::vector<std::string>& arguments, Options* options,
                    std::string* error) {
+  options->arguments = arguments;
   for (size_t i = 0; i < arguments.size(); ++i) {
     if (std::ranges::find(kCommands, arguments[i]) != std::end(kCommands)) {
       options->command.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
@@ -153,34 +156,55 @@ bool parse_options(const std::vector<std::string>& arguments, Options* options,
     if (!argument.has_value && i + 1 < arguments.size()) {
       argument.value = arguments[++i];
     }
-    if (!set_value(*row, argument.value, options, error)) {
+    const std::string fault = set_value(*row, argument.value, "", options);
+    if (!fault.empty()) {
+      *error = argument.name + fault;
       return false;
     }
   }
-  const Options defaults;
-  if (!options->fastcgi.empty() &&
-      (options->port != defaults.port || options->address != defaults.address)) {
-    *error = "--fastcgi starts no web server, so it goes with neither --port nor --address";
-    return false;
-  }
-  fill_defaults(options);
   return true;
 }
 
-std::vector<std::string> option_arguments(const Options& options) {
-  std::vector<std::string> arguments;
-  for (const OptionRow& row : kOptions) {
-    if (const auto* flag = std::get_if<Flag>(&row.target)) {
-      if (options.*flag->field) {
-        arguments.emplace_back(row.name);
-      }
-    } else if (const auto* number = std::get_if<Number>(&row.target)) {
-      arguments.push_back(assignment(row.name, std::to_string(options.*number->field)));
-    } else if (const auto& text = options.*std::get<Text>(row.target).field; !text.empty()) {
-      arguments.push_back(assignment(row.name, text));
-    }
+std::string set_option(std::string_view name, const std::string& value, const std::string& base,
+                       Options* options) {
+  const std::string option = "--" + std::string(name);
+  const auto* row = std::ranges::find(kOptions, option, &OptionRow::name);
+  if (row == std::end(kOptions) || row->use != Use::setting) {
+    return "there is no setting \"" + std::string(name) + "\"; platend --help tells the options";
   }
-  return arguments;
+  const std::string fault = set_value(*row, value, base, options);
+  return fault.empty() ? "" : std::string(name) + fault;
+}
+
+std::string settings_directory(const Options& options) {
+  if (!options.settings.empty()) return options.settings;
+  return options.data.empty() ? "/etc/platen" : options.data + "/etc";
+}
+
+std::string fill_defaults(Options* options) {
+  const Options defaults;
+  if (!options->fastcgi.empty() &&
+      (options->port != defaults.port || options->address != defaults.address)) {
+    return "--fastcgi starts no web server, so it goes with neither --port nor --address";
+  }
+  const auto fill = [](std::string* field, const std::string& value) {
+    if (field->empty()) {
+      *field = value;
+    }
+  };
+  fill(&options->pages, installed_place(PLATEN_PAGES_PLACE));
+  fill(&options->module, installed_place(PLATEN_MODULE_PLACE));
+  fill(&options->settings, settings_directory(*options));
+  fill(&options->state, options->data.empty() ? "/var/lib/platen" : options->data + "/state");
+  return "";
+}
+
+std::vector<std::string> setting_names() {
+  std::vector<std::string> names;
+  for (const OptionRow& row : kOptions) {
+    if (row.use == Use::setting) names.emplace_back(row.name.substr(2));
+  }
+  return names;
 }
 
 std::string help_text() {
@@ -198,6 +222,7 @@ std::string help_text() {
       "settings there, and ends.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
+    if (row.help.empty()) continue;
     std::string line = "  " + std::string(row.name) + " " + std::string(row.value);
     line.resize(std::max(kColumn, line.size() + 1), ' ');
     for (const char c : row.help) {
@@ -211,7 +236,7 @@ std::string help_text() {
   return text +
          "\nExamples:\n"
          "  platend --data data --port 9000       serve a device tree on another port\n"
-         "  platend --check --pages pages         check the pages only\n"
+         "  platend --check --data data           check configuration and pages only\n"
          "  platend --data data account reset admin\n"
          "                                        give the administrator a new password\n"
          "  platend --data data config list       show the device's settings\n"

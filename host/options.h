@@ -1,18 +1,24 @@
-// The command line of platend.
+// The options of platend, as its command line and its configuration file give them.
 // SPDX-License-Identifier: MIT
 #ifndef HOST_OPTIONS_H_
 #define HOST_OPTIONS_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace platen {
+
+inline constexpr int kMostWorkers = 256;
 
 struct Options {
   bool help = false;
   bool version = false;
   bool check = false;
-  std::vector<std::string> command;  // "account" or "config" and the words after it; empty: serve
+  bool sandboxed = false;              // the process runs in the sandbox that `data` asked for
+  std::vector<std::string> arguments;  // those that parse_options() has read
+  std::vector<std::string> command;    // "account" or "config" and the words after it; empty: serve
+  std::string config;  // configuration file; empty: platend.conf in `settings`, if it is there
   std::string address = "127.0.0.1";
   int port = 8080;      // 0: any free one
   std::string fastcgi;  // Unix socket; empty: platend starts its own web server
@@ -28,15 +34,26 @@ struct Options {
   std::string log_file;  // empty: standard error
 };
 
-// Reads the arguments after the program's name, as "--name value" or "--name=value"; of an option
-// given twice the last one counts. A command, "account" or "config", ends the options. Defaults are
-// filled in, and with `data` those below it.
+// Reads the arguments after the program's name over `options`, as "--name value" or "--name=value";
+// of an option given twice the last one counts. A command, "account" or "config", ends the options.
 // Returns false and sets `error` to one sentence that names the option when an argument is not
 // understood; `options` is unspecified then.
 bool parse_options(const std::vector<std::string>& arguments, Options* options, std::string* error);
 
-// The arguments that parse_options() reads as `options`.
-std::vector<std::string> option_arguments(const Options& options);
+// Sets the option "--`name`" as a configuration file does; a relative path is below `base`. Returns
+// what is wrong, empty when nothing is; `options` is unchanged when something is.
+std::string set_option(std::string_view name, const std::string& value, const std::string& base,
+                       Options* options);
+
+// The directory of the device's settings: as given, else the one that goes with `data`.
+std::string settings_directory(const Options& options);
+
+// Fills in what depends on other options, where it was not given. Returns what contradicts itself,
+// empty when nothing does.
+std::string fill_defaults(Options* options);
+
+// The names of the options that may stand in a configuration file.
+std::vector<std::string> setting_names();
 
 // The text of --help.
 std::string help_text();

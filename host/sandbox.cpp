@@ -14,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "device_directories.h"
 #include "listener.h"
 #include "process.h"
 
@@ -21,17 +22,6 @@ namespace platen {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct DevicePath {
-  const char* part;  // of the data directory
-  const char* path;  // on the device
-};
-
-constexpr DevicePath kDevicePaths[] = {
-    {"pool", "/tmp/template/pool"},
-    {"tarn", "/tarn/template/pool"},
-    {"spool", "/var/spool/nc"},
-};
 
 // Top-level directories that the sandbox has of its own.
 constexpr const char* kOwnDirectories[] = {"/tmp", "/var", "/tarn"};
@@ -54,7 +44,7 @@ std::string data_fault(const std::string& data) {
     return std::string("cannot be read and written: ") + strerror(errno) +
            "; change its owner or its mode";
   }
-  for (const DevicePath& row : kDevicePaths) {
+  for (const DeviceDirectory& row : kDeviceDirectories) {
     if (is_below(data, row.path) || is_below(row.path, data)) {
       return std::string("overlaps with the device's path ") + row.path + "; choose another";
     }
@@ -160,7 +150,7 @@ std::vector<std::string> sandbox_arguments(const std::string& data,
   }
   arguments.insert(arguments.end(),
                    {"--bind", program.writable, program.writable, "--bind", data, data});
-  for (const DevicePath& row : kDevicePaths) {
+  for (const DeviceDirectory& row : kDeviceDirectories) {
     arguments.insert(arguments.end(), {"--bind", data + "/" + row.part, row.path});
   }
   arguments.insert(arguments.end(), {"--setenv", "TMPDIR", "/tmp", "--unsetenv", "LISTEN_PID",

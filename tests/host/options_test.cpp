@@ -12,13 +12,14 @@ namespace {
 std::string fault_of(const std::vector<std::string>& arguments) {
   Options options;
   std::string error;
-  return parse_options(arguments, &options, &error) ? "" : error;
+  return parse_options(arguments, &options, &error) ? fill_defaults(&options) : error;
 }
 
 Options parsed(const std::vector<std::string>& arguments) {
   Options options;
   std::string error;
   EXPECT_TRUE(parse_options(arguments, &options, &error)) << error;
+  EXPECT_EQ(fill_defaults(&options), "");
   return options;
 }
 
@@ -86,19 +87,33 @@ TEST(Options, AreNamedWhenTheyAreWrong) {
   }
 }
 
-TEST(Options, AreReadBackFromTheirArguments) {
-  const Options options = parsed({"--port=7", "--pages=p q", "--data=d", "--workers=9", "--check"});
-  const auto arguments = option_arguments(options);
-  EXPECT_EQ(option_arguments(parsed(arguments)), arguments);
-  EXPECT_EQ(parsed(arguments).pages, "p q");
-  EXPECT_TRUE(parsed(arguments).check);
+TEST(Options, AreSetByNameWithTheirLimits) {
+  Options options;
+  EXPECT_EQ(set_option("port", "7", "/base", &options), "");
+  EXPECT_EQ(set_option("address", "::1", "/base", &options), "");
+  EXPECT_EQ(set_option("pages", "my pages", "/base", &options), "");
+  EXPECT_EQ(set_option("state", "/var/lib/x", "/base", &options), "");
+  EXPECT_EQ(options.port, 7);
+  EXPECT_EQ(options.address, "::1");
+  EXPECT_EQ(options.pages, "/base/my pages");
+  EXPECT_EQ(options.state, "/var/lib/x");
+  EXPECT_EQ(set_option("port", "x", "/base", &options),
+            "port takes a number from 0 to 65535, not \"x\"");
+  EXPECT_EQ(options.port, 7);
+}
+
+TEST(Options, OfOneStartAreNoSettings) {
+  for (const char* name : {"check", "help", "version", "config", "sandboxed", "", "-port"}) {
+    Options options;
+    EXPECT_EQ(set_option(name, "1", "/", &options), "there is no setting \"" + std::string(name) +
+                                                        "\"; platend --help tells the options");
+  }
 }
 
 TEST(Options, AreAllExplainedInTheHelp) {
   const std::string help = help_text();
-  for (const std::string& argument : option_arguments(parsed({"--data=d", "--log-file=l"}))) {
-    const std::string name = "\n  " + argument.substr(0, argument.find('=')) + " ";
-    EXPECT_NE(help.find(name), std::string::npos) << name;
+  for (const std::string& name : setting_names()) {
+    EXPECT_NE(help.find("\n  --" + name + " "), std::string::npos) << name;
   }
 }
 

@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import net from 'node:net';
+import os from 'node:os';
 import path from 'node:path';
 import test from 'node:test';
 
@@ -95,6 +96,60 @@ test('--check and every start refuse names of clone groups that their list canno
   assert.deepEqual(await platend([]), { code: 1, signal: null, stdout: '', stderr: faults });
   fs.rmSync(path.join(data, 'dlms'), { recursive: true });
   assert.equal((await platend(['--check'])).code, 0);
+});
+
+test('--check tells file, line and setting of each mistake of the configuration', async (t) => {
+  const { directory, platend } = workshop(t);
+  const file = path.join(directory, 'data/etc/platend.conf');
+  fs.writeFileSync(file, '# mine\nport = many\nprot = 1\nworkers = 1\nworkers = 2\n');
+  const lines =
+    'data/etc/platend.conf:2: port takes a number from 0 to 65535, not "many"\n' +
+    'data/etc/platend.conf:3: there is no setting "prot"; platend --help tells the options\n' +
+    'data/etc/platend.conf:5: workers already stands in line 4\n';
+  const checked = await platend(['--check']);
+  assert.deepEqual([checked.code, checked.stdout, checked.stderr], [1, lines, '']);
+  const started = await platend([]);
+  assert.deepEqual([started.code, started.stdout, started.stderr], [1, '', lines]);
+  const other = await platend(['--check', '--config', 'none']);
+  assert.equal(other.stdout, 'none: cannot be read: No such file or directory\n');
+});
+
+test('the configuration file is read inside the sandbox too', async (t) => {
+  const directory = temporaryDirectory(t);
+  const pages = path.join(directory, 'pages');
+  writeFiles(pages, finePages);
+  emptyDevice(path.join(directory, 'data'));
+  writeFiles(directory, { 'my.conf': 'data = data\npages = pages\nlog-file = log\nworkers = 3\n' });
+  const platend = await startPlatend(t, {
+    data: false,
+    args: ['--config', path.join(directory, 'my.conf')],
+  });
+  assert.match((await platend.get('/')).body, /Fine/);
+  assert.equal(platend.processes().length, 7, 'platend, bwrap, platend, lighttpd, three workers');
+  await platend.stop();
+  assert.equal(platend.log, '');
+  assert.match(fs.readFileSync(path.join(directory, 'log'), 'utf8'), /Stopping on signal 15\.\n/);
+});
+
+test('missing directories of the device are told with what to do', async (t) => {
+  const { directory } = workshop(t);
+  const { code, stderr } = await runIn(
+    [
+      ...['--tmpfs', '/var/spool', '--tmpfs', '/tmp'],
+      ...['--bind', directory, directory, '--dir', '/tmp/template/pool'],
+    ],
+    ['--check', '--pages', 'pages', '--settings', 'data/etc'],
+    { cwd: directory },
+  );
+  assert.equal(code, 0);
+  const user = os.userInfo().username;
+  assert.equal(
+    stderr,
+    'platend: /tarn/template/pool (templates that last) cannot be used: No such file or directory; ' +
+      `make it: install -d -o ${user} /tarn/template/pool\n` +
+      'platend: /var/spool/nc (mailbox folders) cannot be used: No such file or directory; ' +
+      `make it: install -d -o ${user} /var/spool/nc\n`,
+  );
 });
 
 const refusals = [
@@ -192,10 +247,14 @@ test('an occupied port is named', async (t) => {
   );
 });
 
+/** Runs platend with `args` in a file system that bwrap changes by `changes`. */
+function runIn(changes, args, options) {
+  return run('bwrap', ['--dev-bind', '/', '/', ...changes, program, ...args], options);
+}
+
 /** Runs platend where the program `hidden` may not be run. */
 function runWithout(hidden, args, options) {
-  const cover = ['--dev-bind', '/', '/', '--ro-bind', '/dev/null', fs.realpathSync(hidden)];
-  return run('bwrap', [...cover, program, ...args], options);
+  return runIn(['--ro-bind', '/dev/null', fs.realpathSync(hidden)], args, options);
 }
 
 test('a missing bwrap is named', async (t) => {
@@ -230,7 +289,7 @@ test('a missing lighttpd is named and the private directory removed', async (t) 
     env: { ...process.env, TMPDIR: temporary },
   });
   assert.equal(code, 1);
-  assert.match(stderr, /^platend: lighttpd is not installed; install it \(apt-get install lighttpd\)/);
+  assert.match(stderr, /^platend: lighttpd is not installed; install it \(apt-get install lighttpd\)/m);
   assert.deepEqual(fs.readdirSync(temporary), []);
 });
 
