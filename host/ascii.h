@@ -9,6 +9,8 @@ inline bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || 
 
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
+inline char to_lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
 inline bool is_letter_or_digit(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || is_digit(c);
 }

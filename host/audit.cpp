@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "audit.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "ascii.h"
 
 namespace platen {
 namespace {
@@ -16,7 +19,22 @@ constexpr char kSchema[] =
 
 std::string_view cut(std::string_view text) { return text.substr(0, kLongestText); }
 
+bool holds(std::string_view text, std::string_view part) {
+  return part.empty() || !std::ranges::search(text, part, {}, to_lower, to_lower).empty();
+}
+
+bool is_or_any(std::string_view wanted, std::string_view text) {
+  return wanted.empty() || wanted == text;
+}
+
 }  // namespace
+
+bool matches(const AuditFilter& filter, const AuditEntry& entry) {
+  return is_or_any(filter.login, entry.login) && is_or_any(filter.address, entry.address) &&
+         is_or_any(filter.action, entry.action) && holds(entry.object, filter.object) &&
+         filter.is_done.value_or(entry.outcome == kDone) == (entry.outcome == kDone) &&
+         entry.time >= filter.begin && entry.time < filter.end;
+}
 
 Audit::Audit(Database& database, Clock clock, int kept)
     : database_(database), clock_(std::move(clock)), kept_(kept) {
@@ -36,14 +54,12 @@ void Audit::record(const AuditEntry& entry) {
 
 std::vector<AuditEntry> Audit::list(const AuditFilter& filter) {
   Statement row = database_.prepare(
-      "SELECT login, address, action, object, outcome, time FROM audit"
-      " WHERE ?1 IN ('', login) AND ?2 IN ('', address) AND ?3 IN ('', action)"
-      " AND ?4 IN ('', object) ORDER BY number DESC LIMIT ?5",
-      filter.login, filter.address, filter.action, filter.object, filter.limit);
+      "SELECT login, address, action, object, outcome, time FROM audit ORDER BY number DESC");
   std::vector<AuditEntry> entries;
-  while (row.step()) {
-    entries.push_back(
-        {row.text(0), row.text(1), row.text(2), row.text(3), row.text(4), row.integer(5)});
+  while (entries.size() < static_cast<size_t>(filter.limit) && row.step()) {
+    AuditEntry entry = {row.text(0), row.text(1), row.text(2),
+                        row.text(3), row.text(4), row.integer(5)};
+    if (matches(filter, entry)) entries.push_back(std::move(entry));
   }
   return entries;
 }

@@ -7,6 +7,8 @@
 #ifndef HOST_AUDIT_H_
 #define HOST_AUDIT_H_
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,14 +27,24 @@ struct AuditEntry {
   int64_t time = 0;     // seconds since 1970, set when it is recorded
 };
 
-// Each text that is not empty must be equal.
+// The outcome of what was carried out.
+inline constexpr std::string_view kDone = "done";
+
+// Each text that is not empty must be equal; `object` must be part of the entry's, in small or
+// capital letters of ASCII.
 struct AuditFilter {
   std::string login = "";
   std::string address = "";
   std::string action = "";
   std::string object = "";
+  std::optional<bool> is_done = std::nullopt;  // carried out; false: refused or failed
+  int64_t begin = 0;                           // the first second
+  int64_t end = INT64_MAX;                     // the one after the last
   int limit = 100;
 };
+
+// Whether an entry is one that the filter asks for.
+bool matches(const AuditFilter& filter, const AuditEntry& entry);
 
 class Audit {
  public:

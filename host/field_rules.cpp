@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "ascii.h"
+#include "moment.h"
 
 namespace platen {
 namespace {
@@ -86,6 +87,16 @@ std::string word_fault(std::string_view words, std::string_view value) {
   return "is none of the words it may be: " + std::string(words);
 }
 
+std::string moment_fault(std::string_view value) {
+  if (parse_moment(value)) return "";
+  return "is no time; write one as in 2026-11-21, or 2026-11-21T10:16";
+}
+
+std::string number_fault(std::string_view value) {
+  if (std::ranges::all_of(value, is_digit) && value[0] != '0') return "";
+  return "is no whole number from 1 on";
+}
+
 }  // namespace
 
 std::string value_fault(const FieldRule& rule, std::string_view value) {
@@ -115,6 +126,12 @@ std::string value_fault(const FieldRule& rule, std::string_view value) {
       return value.empty() ? "" : entry_fault(value);
     case Kind::folder:
       return folder_fault(value);
+    case Kind::optional_word:
+      return value.empty() ? "" : word_fault(rule.words, value);
+    case Kind::optional_moment:
+      return value.empty() ? "" : moment_fault(value);
+    case Kind::optional_number:
+      return value.empty() ? "" : number_fault(value);
   }
   return "";
 }

@@ -14,23 +14,26 @@ namespace platen {
 // What a value must be. A path that is not in its shortest form is refused, never rewritten, as the
 // module and the store compare and cut paths by their bytes.
 enum class Kind {
-  text,            // any bytes but NUL
-  word,            // one of the rule's words
-  secret,          // a password: no control character; never shown again, logged or audited
-  template_path,   // of a template file below a pool
-  directory,       // a pool or a directory below one
-  file_name,       // of a template file, without a directory
-  entry,           // the name of a mailbox folder, or of a file of a job
-  optional_entry,  // the same or nothing
-  folder,          // a folder's name that the settings can hold
-  file,            // an uploaded file of any bytes
+  text,             // any bytes but NUL
+  word,             // one of the rule's words
+  secret,           // a password: no control character; never shown again, logged or audited
+  template_path,    // of a template file below a pool
+  directory,        // a pool or a directory below one
+  file_name,        // of a template file, without a directory
+  entry,            // the name of a mailbox folder, or of a file of a job
+  optional_entry,   // the same or nothing
+  folder,           // a folder's name that the settings can hold
+  optional_word,    // one of the rule's words or nothing
+  optional_moment,  // a day, minute or second in UTC, or nothing
+  optional_number,  // a whole number from 1 on, or nothing
+  file,             // an uploaded file of any bytes
 };
 
 struct FieldRule {
   std::string_view name;
   Kind kind;
   size_t limit;                 // in bytes
-  std::string_view words = "";  // of the kind word: the words, separated by blanks
+  std::string_view words = "";  // of the kinds of words: these, separated by blanks
 };
 
 // Returns what is wrong with a value, as the rest of a sentence that begins with the field, or "".

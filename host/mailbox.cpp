@@ -114,7 +114,7 @@ std::string password_page(const JobAction& job) {
 }
 
 std::optional<Response> Mailbox::refuse_page(const Request& request, const Visit& visit) const {
-  if (!refuse_page_fields(request.query).empty()) return std::nullopt;
+  if (!refuse_page_fields(request.path, request.query).empty()) return std::nullopt;
   if (auto refusal = refuse_missing(request)) return refusal;
   const std::string* folder = find_field(request.query, "name");
   if (folder == nullptr) return std::nullopt;

@@ -54,17 +54,20 @@ Response redirection(const std::string& address) {
 }
 
 Response PageViews::show(const Request& request, Visit* visit) {
+  if (auto refused = refuse_visitor(request, visit)) return *std::move(refused);
+  Response response = view(request, nullptr, visit);
+  if (response.status == 400) {
+    const std::string fault = refuse_page_fields(request.path, request.query);
+    record(request, fault.empty() ? "a field is missing" : fault, visit);
+  }
+  return response;
+}
+
+std::optional<Response> PageViews::refuse_visitor(const Request& request, Visit* visit) {
   if (visit->must_change() && request.path != kPasswordPage) {
     return redirection(std::string(kPasswordPage));
   }
-  if (visit->role() >= page_role(request.path)) {
-    Response response = view(request, nullptr, visit);
-    if (response.status == 400) {
-      const std::string fault = refuse_page_fields(request.query);
-      record(request, fault.empty() ? "a field is missing" : fault, visit);
-    }
-    return response;
-  }
+  if (visit->role() >= page_role(request.path)) return std::nullopt;
   if (visit->role() == Role::anonymous) {
     return redirection(login_address(page_address(request.path, request.query)));
   }

@@ -3,6 +3,7 @@
 #ifndef HOST_PAGE_VIEWS_H_
 #define HOST_PAGE_VIEWS_H_
 
+#include <optional>
 #include <string>
 
 #include "http_message.h"
@@ -32,6 +33,9 @@ class PageViews {
 
   // Answers a request for a page. Who may not see it is sent to the login, or told so.
   Response show(const Request& request, Visit* visit);
+
+  // Sends who may not have the page or download to the login, or tells them so; nothing for who may.
+  static std::optional<Response> refuse_visitor(const Request& request, Visit* visit);
 
   // Shows the page at `address` again after its form was refused, with the status of the refusal.
   // A page that has no place for the reason gives way to a plain one. Who has a password to choose

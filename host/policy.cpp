@@ -37,12 +37,27 @@ constexpr FieldRule kPageFields[] = {
     {"msg", Kind::word, 6, "tryagn"},
 };
 
+// What the audit trail is filtered by. A form leaves the fields that nobody fills in empty.
+constexpr FieldRule kAuditFields[] = {
+    {"login", Kind::text, kNameLimit},
+    {"address", Kind::text, kNameLimit},
+    {"action", Kind::text, kNameLimit},
+    {"object", Kind::text, kNameLimit},
+    {"outcome", Kind::optional_word, 7, "done refused"},
+    {"from", Kind::optional_moment, 20},
+    {"to", Kind::optional_moment, 20},
+    {"page", Kind::optional_number, 5},
+    {"format", Kind::optional_word, 5, "csv jsonl"},
+};
+
 struct PageRule {
   std::string_view path;
   Role role;
+  std::span<const FieldRule> fields = kPageFields;
 };
 
-// Pages that are not for everybody: those with a form that needs a login would be of no use.
+// Pages and downloads that are not for everybody, or have query fields of their own. A page with a
+// form that needs a login would be of no use without one.
 constexpr PageRule kPages[] = {
     {"/edit.html", Role::user},
     {"/copy.html", Role::user},
@@ -51,6 +66,9 @@ constexpr PageRule kPages[] = {
     {"/password.html", Role::user},
     {"/accounts.html", Role::administrator},
     {"/mailbox/settings.php", Role::administrator},
+    {"/audit.html", Role::administrator, kAuditFields},
+    {"/download/audit", Role::administrator, kAuditFields},
+    {"/status.html", Role::administrator},
 };
 
 // The fields that every form may have. The page that a form came from is signed into its token; a
@@ -216,6 +234,11 @@ bool is_in_part(std::string_view path, std::string_view part) {
   return path.substr(pool_of(path).size()).starts_with('/' + std::string(part) + '/');
 }
 
+const PageRule* find_page(std::string_view path) {
+  const auto* row = std::ranges::find(kPages, path, &PageRule::path);
+  return row == std::end(kPages) ? nullptr : row;
+}
+
 const FieldRule* find_rule(std::span<const FieldRule> rules, std::string_view name) {
   const auto found = std::ranges::find(rules, name, &FieldRule::name);
   return found == rules.end() ? nullptr : &*found;
@@ -324,9 +347,11 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
 
 }  // namespace
 
-std::string refuse_page_fields(const std::vector<Field>& fields) {
+std::string refuse_page_fields(std::string_view path, const std::vector<Field>& fields) {
+  const PageRule* page = find_page(path);
+  const auto rules = page == nullptr ? std::span<const FieldRule>(kPageFields) : page->fields;
   for (const auto& [name, value] : fields) {
-    const FieldRule* rule = find_rule(kPageFields, name);
+    const FieldRule* rule = find_rule(rules, name);
     if (rule == nullptr) return named(name) + "is not known to any page; leave it out.";
     if (std::ranges::count(fields, name, &Field::first) > 1) {
       return named(name) + "is given twice; give it once.";
@@ -339,8 +364,8 @@ std::string refuse_page_fields(const std::vector<Field>& fields) {
 }
 
 Role page_role(std::string_view path) {
-  const auto* row = std::ranges::find(kPages, path, &PageRule::path);
-  return row == std::end(kPages) ? Role::anonymous : row->role;
+  const PageRule* page = find_page(path);
+  return page == nullptr ? Role::anonymous : page->role;
 }
 
 const FormRule* find_form(std::string_view path) {

@@ -32,11 +32,11 @@ inline constexpr std::string_view kFactoryPool = "/tmp/template/pool/factory";
 // finds no password for its jobs.
 inline constexpr size_t kFolderLimit = 62;
 
-// Returns why a page may not get these query fields, as a sentence that names the field and says
-// what to do; "" when it may.
-std::string refuse_page_fields(const std::vector<Field>& fields);
+// Returns why the page or download at `path` may not get these query fields, as a sentence that names
+// the field and says what to do; "" when it may.
+std::string refuse_page_fields(std::string_view path, const std::vector<Field>& fields);
 
-// The least role that a page is shown to. Pages that the table does not name only show: what is
+// The least role that a page or download is for. Pages that the table does not name only show: what is
 // behind them is decided by their fields and forms.
 Role page_role(std::string_view path);
 

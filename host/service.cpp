@@ -71,7 +71,9 @@ Response Service::answer(const Request& request, Visit* visit) {
   const bool is_post = request.method == "POST";
   if (!is_form_path(request.path)) {
     if (!is_post && (request.method == "GET" || request.method == "HEAD")) {
-      return desk().views.show(request, visit);
+      const Download* download = find_download(request.path);
+      return download == nullptr ? desk().views.show(request, visit)
+                                 : answer_download(*download, request, visit);
     }
     return refuse_method(request, "This page can only be read.", "GET, HEAD", visit);
   }
@@ -81,6 +83,16 @@ Response Service::answer(const Request& request, Visit* visit) {
   if (form != nullptr) return desk().posts.answer(*form, request, visit);
   visit->record(visit->account().name, request.path, "", "refused: no such form");
   return error_response(404, "There is no form " + request.path + ".", "Check the address.");
+}
+
+Response Service::answer_download(const Download& download, const Request& request, Visit* visit) {
+  if (auto refused = PageViews::refuse_visitor(request, visit)) return *std::move(refused);
+  const std::string fault = refuse_page_fields(request.path, request.query);
+  if (!fault.empty()) {
+    visit->record(visit->account().name, request.path, "", "refused: " + fault);
+    return error_response(400, fault, "Change the address, or go back to the start page.");
+  }
+  return download.make({request, module_, desk().visitors, *visit});
 }
 
 Service::Desk& Service::desk() {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "downloads.h"
 #include "http_message.h"
 #include "mailbox.h"
 #include "page_views.h"
@@ -37,6 +38,7 @@ class Service {
   };
 
   Response answer(const Request& request, Visit* visit);
+  Response answer_download(const Download& download, const Request& request, Visit* visit);
   Desk& desk();
 
   const ParserModule& module_;

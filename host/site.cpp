@@ -91,7 +91,8 @@ Response Site::answer(const Request& request, const HostValues& values) {
   if (name.empty()) {
     return error_response(404, "There is no page " + request.path + ".", "Check the address.");
   }
-  if (const std::string refusal = refuse_page_fields(request.query); !refusal.empty()) {
+  if (const std::string refusal = refuse_page_fields(request.path, request.query);
+      !refusal.empty()) {
     log_line(LOG_LEVEL_WARNING, "refused " + request.path + ": " + refusal);
     return error_response(400, refusal, "Change the address, or go back to the start page.");
   }

@@ -53,6 +53,34 @@ TEST_F(AuditTest, ListsWhatMatchesNewestFirst) {
   EXPECT_EQ(outcomes({.limit = 2}), (Outcomes{"4", "3"}));
 }
 
+TEST_F(AuditTest, FindsPartsOfAnObjectAsTheyStand) {
+  audit_.record({"", "", "", "/pool/100%_A.KTP", "1"});
+  audit_.record({"", "", "", "/pool/100 B.KTP", "2"});
+  using Outcomes = std::vector<std::string>;
+  EXPECT_EQ(outcomes({.object = "POOL/100"}), (Outcomes{"2", "1"}));
+  EXPECT_EQ(outcomes({.object = "%"}), (Outcomes{"1"}));
+  EXPECT_EQ(outcomes({.object = "_a.ktp"}), (Outcomes{"1"}));
+  EXPECT_EQ(outcomes({.object = "100*"}), Outcomes{});
+  for (const char* attack : {"' OR '1'='1", "\"; DROP TABLE audit; --", "\\", "?1"}) {
+    EXPECT_EQ(outcomes({.login = attack}), Outcomes{}) << attack;
+    EXPECT_EQ(outcomes({.object = attack}), Outcomes{}) << attack;
+  }
+  EXPECT_EQ(outcomes({}), (Outcomes{"2", "1"}));
+}
+
+TEST_F(AuditTest, FindsOutcomesAndTimes) {
+  for (const char* outcome : {"done", "refused: no", "failed"}) {
+    audit_.record({"", "", "", "", outcome});
+    ++time_.now;
+  }
+  const int64_t first = time_.now - 3;
+  using Outcomes = std::vector<std::string>;
+  EXPECT_EQ(outcomes({.is_done = true}), (Outcomes{"done"}));
+  EXPECT_EQ(outcomes({.is_done = false}), (Outcomes{"failed", "refused: no"}));
+  EXPECT_EQ(outcomes({.begin = first + 1}), (Outcomes{"failed", "refused: no"}));
+  EXPECT_EQ(outcomes({.end = first + 1}), (Outcomes{"done"}));
+}
+
 TEST_F(AuditTest, DropsTheOldest) {
   for (int i = 1; i <= 7; ++i) audit_.record({"", "", "", "", std::to_string(i)});
   EXPECT_EQ(outcomes({}), (std::vector<std::string>{"7", "6", "5", "4", "3"}));

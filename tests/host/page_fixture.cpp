@@ -203,6 +203,10 @@ void set_log_observer(LogObserver observer, void* context) {
 
 void set_configuration_author(const std::string&) {}
 
+std::vector<ConfigurationChange> configuration_history(int) { return module_double().changes; }
+
+bool is_secret_setting(std::string_view key) { return key.ends_with(".password"); }
+
 long configuration_writes(const std::string&) { return 0; }
 
 std::vector<std::string> languages() { return {"de-de", "en-us"}; }

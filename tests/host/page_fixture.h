@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "device/configuration.h"
 #include "parser_module.h"
 
 namespace platen {
@@ -26,6 +27,7 @@ struct ModuleDouble {
   int result = 0;                    // what a form handler returns,
   std::string reason;                // leaves in Reason,
   std::string error;                 // and logs as an error; "" = nothing
+  std::vector<ConfigurationChange> changes;  // of settings, newest first
   bool prints_unknown_format = false;
   bool throws = false;
 };

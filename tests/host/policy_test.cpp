@@ -14,7 +14,7 @@ const std::string kOutside =
 const std::string kNoTemplate = " names no template; its name ends in .KTP.";
 
 std::string refusal(const std::string& name, const std::string& value) {
-  return refuse_page_fields({{name, value}});
+  return refuse_page_fields("/edit.html", {{name, value}});
 }
 
 std::string path_of_length(size_t length) {
@@ -81,15 +81,37 @@ TEST(PagePolicy, RefusesEverythingElseAndSaysWhy) {
 }
 
 TEST(PagePolicy, RefusesAFieldGivenTwice) {
-  EXPECT_EQ(
-      refuse_page_fields({{"ServiceName", "a"}, {"InvocationName", "b"}, {"ServiceName", "a"}}),
-      "The field \"ServiceName\" is given twice; give it once.");
+  EXPECT_EQ(refuse_page_fields(
+                "/", {{"ServiceName", "a"}, {"InvocationName", "b"}, {"ServiceName", "a"}}),
+            "The field \"ServiceName\" is given twice; give it once.");
 }
 
 TEST(PagePolicy, LooksAtEveryField) {
-  EXPECT_EQ(refuse_page_fields({}), "");
-  EXPECT_EQ(refuse_page_fields({{"ServiceName", "a"}, {"x", "b"}}),
+  EXPECT_EQ(refuse_page_fields("/", {}), "");
+  EXPECT_EQ(refuse_page_fields("/", {{"ServiceName", "a"}, {"x", "b"}}),
             "The field \"x\" is not known to any page; leave it out.");
+}
+
+TEST(PagePolicy, GivesTheAuditTrailFieldsOfItsOwn) {
+  const auto fault = [](const std::string& name, const std::string& value) {
+    return refuse_page_fields("/download/audit", {{name, value}});
+  };
+  for (const char* name : {"login", "action", "outcome", "from", "to", "page", "format"}) {
+    EXPECT_EQ(fault(name, ""), "") << name;
+  }
+  EXPECT_EQ(fault("action", "HTTP_Parser_Copy_fn"), "");
+  EXPECT_EQ(fault("object", "' OR 1=1 --%_"), "");
+  EXPECT_EQ(fault("from", "2026-11-21T10:16"), "");
+  EXPECT_EQ(fault("page", "99999"), "");
+  EXPECT_EQ(fault("outcome", "lost"),
+            "The field \"outcome\" is none of the words it may be: done refused.");
+  EXPECT_EQ(fault("to", "2026-02-30"),
+            "The field \"to\" is no time; write one as in 2026-11-21, or 2026-11-21T10:16.");
+  for (const char* page : {"0", "-1", "1x", "01"}) {
+    EXPECT_EQ(fault("page", page), "The field \"page\" is no whole number from 1 on.") << page;
+  }
+  EXPECT_EQ(fault("ParserFilename", "/tmp/template/pool/a.KTP"),
+            "The field \"ParserFilename\" is not known to any page; leave it out.");
 }
 
 }  // namespace

@@ -113,6 +113,25 @@ TEST_F(ServiceTest, HandsAFormToItsHandlerInOrderAndWithoutTheHostsFields) {
                                                kFile + ": done"}));
 }
 
+TEST_F(ServiceTest, GivesTheAuditTrailToAdministratorsOnly) {
+  EXPECT_EQ(header(get("/download/audit", {{"login", "x"}}), "Location"),
+            "/login.html?NextPage=%2Fdownload%2Faudit%3Flogin%3Dx");
+  log_in(Role::user);
+  EXPECT_EQ(get("/download/audit").status, 403);
+  visitors_.database.run("UPDATE account SET role = 'administrator'");
+  const Response file = get("/download/audit", {{"login", "erika"}, {"format", "csv"}});
+  EXPECT_EQ(file.content_type, "text/csv; charset=utf-8");
+  EXPECT_EQ(header(file, "Content-Disposition"), "attachment; filename*=UTF-8''audit.csv");
+  EXPECT_NE(file.body.find("\"/download/audit\",\"\",\"refused: only for administrators\""),
+            std::string::npos);
+  EXPECT_EQ(get("/download/audit", {{"format", "jsonl"}}).body.substr(0, 9), "{\"time\":\"");
+  EXPECT_EQ(get("/download/audit", {{"outcome", "x"}}).status, 400);
+  EXPECT_EQ(audit().back(),
+            "erika 192.0.2.1 /download/audit : refused: The field \"outcome\" is none of the words "
+            "it may be: done refused.");
+  EXPECT_EQ(get("/download/passwords").status, 404);
+}
+
 TEST_F(ServiceTest, KeepsWhatIsLeftForASessionWhileOthersFillTheStore) {
   const auto is_kept = [this] {
     Request request;
