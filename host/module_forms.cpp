@@ -3,10 +3,12 @@
 #include "module_forms.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "device/log.h"
 #include "module_request.h"
+#include "new_invocations.h"
 #include "out_of_date.h"
 #include "platform/log.h"
 #include "template_json.h"
@@ -154,6 +156,15 @@ Outcome conflict_outcome(const std::vector<EditConflict>& conflicts) {
   return outcome;
 }
 
+// Makes an invocation in a template that is open and will not be saved. Returns its name, or "".
+std::string make_invocation(const ParserModule& module, void* open_template,
+                            const std::string& service) {
+  std::array<char, sizeof(INVOCATION_STRUCT::szInvocationName)> name{};
+  const int made = module.create_invocation(static_cast<TemplateObject*>(open_template),
+                                            service.c_str(), name.data(), name.size());
+  return made != 0 ? name.data() : "";
+}
+
 // Judges the edits of a form by what its source holds now.
 Outcome review(const ParserModule& module, const Post& post, std::vector<FormField>* fields) {
   const std::string path = source_path(post.fields);
@@ -169,7 +180,11 @@ Outcome review(const ParserModule& module, const Post& post, std::vector<FormFie
       });
   if (!review.fault.empty()) return refusal(422, review.fault, "was");
   if (!review.conflicts.empty()) return conflict_outcome(review.conflicts);
-  *fields = std::move(review.fields);
+  NamedEdits named = name_new_invocations(review.fields, [&](const std::string& service) {
+    return make_invocation(module, request.record().parserTemplate, service);
+  });
+  if (!named.fault.empty()) return refusal(422, named.fault, "NewInvocation");
+  *fields = std::move(named.fields);
   return {};
 }
 

@@ -89,6 +89,7 @@ bool ParserModule::resolve_functions(const std::string& path, std::string* fault
          resolve(handle_, path, "CKwtTemplate", &construct_template, fault) &&
          resolve(handle_, path, "Open", &open_template, fault) &&
          resolve(handle_, path, "DestructorCKwtTemplate", &destruct_template, fault) &&
+         resolve(handle_, path, "CreateInvocationWSize", &create_invocation, fault) &&
          resolve(handle_, path, "jt_walk", &walk, fault) &&
          resolve(handle_, path, "jt_error", &error, fault) &&
          resolve(handle_, path, "jt_failures", &failures, fault) &&

@@ -40,6 +40,7 @@ class ParserModule {
   decltype(&CKwtTemplate) construct_template = nullptr;
   decltype(&Open) open_template = nullptr;
   decltype(&DestructorCKwtTemplate) destruct_template = nullptr;
+  decltype(&CreateInvocationWSize) create_invocation = nullptr;
   decltype(&jt_error) error = nullptr;
   decltype(&jt_failures) failures = nullptr;
   decltype(&jt_release_values) release_values = nullptr;

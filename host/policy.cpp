@@ -92,7 +92,8 @@ constexpr FieldRule kEditRun[] = {
     {"ServiceName", Kind::text, kNameLimit},     {"InvocationName", Kind::text, kNameLimit},
     {"AttributeName", Kind::text, kNameLimit},   {"AttributeType", Kind::text, kNameLimit},
     {"AttributeValue", Kind::text, kValueLimit}, {"Compulsory", Kind::word, 5, "TRUE FALSE"},
-    {"was", Kind::text, 2 * kValueLimit},        {"Action", Kind::word, 6, "update delete"},
+    {"was", Kind::text, 2 * kValueLimit},        {"NewInvocation", Kind::text, kNameLimit},
+    {"Action", Kind::word, 6, "update delete"},
 };
 constexpr FieldRule kDeleteFields[] = {{"ParserFilename", Kind::template_path, kPathLimit}};
 constexpr FieldRule kRenameFields[] = {

@@ -52,8 +52,8 @@ class PostRun {
 
   Outcome run() {
     constexpr Objection (PostRun::*kChecks[])() = {
-        &PostRun::check_query, &PostRun::check_origin, &PostRun::decode,     &PostRun::check_token,
-        &PostRun::check_role,  &PostRun::check_fields, &PostRun::check_name,
+        &PostRun::check_query, &PostRun::check_origin, &PostRun::decode, &PostRun::check_token,
+        &PostRun::check_role,  &PostRun::check_fields, &PostRun::lock,   &PostRun::check_name,
     };
     for (const auto check : kChecks) {
       if (Objection refused = (this->*check)()) return *refused;
@@ -133,15 +133,21 @@ class PostRun {
     return refusal(refused->status, refused->text, refused->field);
   }
 
-  // What exists is replaced only where the user has said so. A new name is free until the form is
-  // done, as only one at a time is given.
+  // A new name is free, and what is stored is as it was judged, until the form is done: one at a
+  // time is.
+  Objection lock() {
+    const bool gives_name = !destination_path(post_.form, post_.fields).empty();
+    if (!gives_name && post_.form.act != Act::edits) return std::nullopt;
+    lock_.emplace(visitors_.database.file());
+    return lock_->error().empty() ? std::nullopt : Objection(refusal(500, lock_->error()));
+  }
+
+  // What exists is replaced only where the user has said so.
   Objection check_name() {
     const std::string path = destination_path(post_.form, post_.fields);
-    if (path.empty()) return std::nullopt;
-    name_lock_.emplace(visitors_.database.file());
-    if (!name_lock_->error().empty()) return refusal(500, name_lock_->error());
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || field_value(post_.fields, "replace") == "yes") {
+    if (path.empty() || ::lstat(path.c_str(), &status) != 0 ||
+        field_value(post_.fields, "replace") == "yes") {
       return std::nullopt;
     }
     return refusal(409,
@@ -166,7 +172,7 @@ class PostRun {
   Visit& visit_;
   Post post_;
   bool needs_login_ = false;
-  std::optional<StateLock> name_lock_;
+  std::optional<StateLock> lock_;
 };
 
 namespace {
