@@ -252,22 +252,28 @@ test('a new attribute is posted without a was', () => {
   ]);
 });
 
-test('a new invocation takes one field, as it has no name yet; new metadata takes all', () => {
+test('the fields of a new invocation carry its label, by which it is told from others', () => {
   const draft = new Draft(sample());
-  const ordinary = draft.service('svc_fax').addInvocation();
-  assert.equal(ordinary.takesFields, true);
-  ordinary.addField({ name: 'Note', type: 'string' });
-  assert.equal(ordinary.takesFields, false);
-  assert.equal(draft.service('svc_fax').takesInvocations, true);
-
-  const prompts = draft.service('qvn_dscrpt_metadata').addInvocation();
-  prompts.addField({ name: 'MetaDataPrompt', type: 'string' });
-  assert.equal(prompts.takesFields, true);
-  assert.equal(draft.service('qvn_dscrpt_metadata').takesInvocations, false);
-  assert.deepEqual(asText(draft.runs)[1].slice(0, 2), [
-    'ServiceName=qvn_dscrpt_metadata',
-    'InvocationName=NULL',
+  const service = draft.service('svc_fax');
+  const [first, second] = [service.addInvocation(), service.addInvocation()];
+  first.addField({ name: 'Note', type: 'string' });
+  second.addField({ name: 'Note', type: 'string' });
+  first.addField({ name: 'More', type: 'string' });
+  assert.deepEqual(
+    draft.runs.map((run) => run.slice(0, 3).map(([, value]) => value)),
+    [
+      ['svc_fax', '1', 'Note'],
+      ['svc_fax', '1', 'More'],
+      ['svc_fax', '2', 'Note'],
+    ],
+  );
+  assert.deepEqual(draft.runs[0].slice(0, 2), [
+    ['ServiceName', 'svc_fax'],
+    ['NewInvocation', '1'],
   ]);
+  service.discard(first);
+  assert.equal(service.addInvocation().label, '1');
+  assert.equal(service.addInvocation().label, '3');
 });
 
 // [field, values, phrase of the problem or '', its row]
@@ -381,6 +387,8 @@ test('a refused post fills the same draft again', () => {
     const prompts = draft.service('qvn_dscrpt_metadata').addInvocation();
     prompts.addField({ name: 'MetaDataPrompt', type: 'string' }).values = ['P'];
     prompts.addField({ name: 'MetaDataFieldName', type: 'string' }).values = ['F'];
+    const second = draft.service('qvn_dscrpt_metadata').addInvocation();
+    second.addField({ name: 'MetaDataPrompt', type: 'string' }).values = ['P2'];
   });
   const after = new Draft(sample());
   const lost = after.refill(posted(before.runs));

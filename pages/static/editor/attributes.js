@@ -1,7 +1,7 @@
 // What the editor may do with an attribute, by its names, its type and its values.
 // SPDX-License-Identifier: MIT
 
-/** The service whose new invocations take all their fields in one post. */
+/** The service of the fields that the device asks for. */
 export const METADATA = "qvn_dscrpt_metadata";
 
 /** Stands where a page shows bytes that are not UTF-8. */

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 import {
   Kind,
-  METADATA,
   PHONES,
   isSendable,
   kindOf,
@@ -24,7 +23,7 @@ const isGiven = (text) => text !== undefined && text !== "" && text !== "NULL";
 export class Field {
   /**
    * `attribute` is {service, invocation, name, type, compulsory, values}; `invocation` is null in
-   * an invocation that is new. `isNew` tells that the template does not have the attribute, whose
+   * an invocation that is new, which `label` tells from others. `isNew` tells that the template does not have the attribute, whose
    * `values` are then those it begins with. `isStamped` tells that the device sets it itself.
    */
   constructor(attribute, { isNew = false, isStamped = false } = {}) {
@@ -92,9 +91,10 @@ export class Field {
   }
 
   address() {
+    const isThere = this.invocation !== null;
     return [
       ["ServiceName", this.service],
-      ["InvocationName", this.invocation ?? "NULL"],
+      isThere ? ["InvocationName", this.invocation] : ["NewInvocation", this.label],
       ["AttributeName", this.name],
     ];
   }
@@ -116,10 +116,10 @@ export class Field {
   }
 }
 
-/** An invocation under edit; one without a name is new. */
+/** An invocation under edit; one without a name is new, and has a label that its form knows it by. */
 export class Invocation {
-  constructor(service, name, fields = []) {
-    Object.assign(this, { service, name, fields });
+  constructor(service, name, fields = [], label = "") {
+    Object.assign(this, { service, name, fields, label });
     this.isRemoved = false;
   }
 
@@ -127,23 +127,21 @@ export class Invocation {
     return this.name === null;
   }
 
-  /**
-   * False while a further field would not land in this invocation: a new one gets its name when it
-   * is saved, and only metadata puts all the fields of one post into the same new invocation.
-   */
-  get takesFields() {
-    return !this.isNew || this.service === METADATA || this.fields.length === 0;
-  }
-
   field(name) {
     return this.fields.find((field) => field.name === name);
   }
 
+  /** A field that the template does not have, and that is not added yet. */
+  newField({ name, type, compulsory = false, values }) {
+    const { service, label } = this;
+    const attribute = { service, invocation: this.name, label, name, type, compulsory, values };
+    return new Field(attribute, { isNew: true });
+  }
+
   /** Adds a field that the template does not have. Requires: no field of that name. */
-  addField({ name, type, compulsory = false }) {
+  addField({ name, type, compulsory }) {
     const values = name === PHONES ? [] : [type === "boolean" ? "FALSE" : ""];
-    const attribute = { service: this.service, invocation: this.name, name, type, compulsory };
-    const field = new Field({ ...attribute, values }, { isNew: true });
+    const field = this.newField({ name, type, compulsory, values });
     this.fields.push(field);
     return field;
   }
@@ -163,14 +161,19 @@ export class Service {
     Object.assign(this, { name, invocations });
   }
 
-  /** All new metadata of one post shares one invocation, so a second one has to wait. */
   get takesInvocations() {
-    const hasNew = this.invocations.some((invocation) => invocation.isNew);
-    return isSendable(this.name) && !(this.name === METADATA && hasNew);
+    return isSendable(this.name);
   }
 
-  addInvocation() {
-    const invocation = new Invocation(this.name, null);
+  labelled(label) {
+    return this.invocations.find((invocation) => invocation.isNew && invocation.label === label);
+  }
+
+  /** Adds an invocation of that label, or of one that no other has. */
+  addInvocation(label) {
+    let number = 1;
+    while (this.labelled(String(number))) number += 1;
+    const invocation = new Invocation(this.name, null, [], label ?? String(number));
     this.invocations.push(invocation);
     return invocation;
   }
@@ -276,8 +279,8 @@ export class Draft {
 
   takeAddition(run) {
     const service = this.service(run.ServiceName);
-    const waiting = service.invocations.find(({ isNew, takesFields }) => isNew && takesFields);
-    return takeUpdate(waiting ?? service.addInvocation(), run);
+    const label = run.NewInvocation;
+    return takeUpdate(service.labelled(label) ?? service.addInvocation(label), run);
   }
 }
 

@@ -109,21 +109,14 @@ class InvocationView {
   body() {
     const { invocation } = this;
     const parts = this.views.map(({ node }) => node);
-    if (invocation.isNew) parts.unshift(this.newHint());
+    if (invocation.isNew) {
+      parts.unshift(element("p", { class: "hint" }, words("edit.invocation.new")));
+    }
     if (isSendable(invocation.service) && (invocation.isNew || isSendable(invocation.name))) {
-      const newField = invocation.takesFields ? [this.newField()] : [];
-      parts.push(element("div", { class: "invocation-foot" }, ...newField, this.removeButton()));
+      const foot = { class: "invocation-foot" };
+      parts.push(element("div", foot, this.newField(), this.removeButton()));
     }
     return parts;
-  }
-
-  newHint() {
-    const takesAll = this.invocation.fields.length === 0 || this.invocation.takesFields;
-    return element(
-      "p",
-      { class: "hint" },
-      words(takesAll ? "edit.invocation.new" : "edit.invocation.first"),
-    );
   }
 
   newField() {
