@@ -60,6 +60,8 @@ struct PageRule {
 // form that needs a login would be of no use without one.
 constexpr PageRule kPages[] = {
     {"/edit.html", Role::user},
+    {"/metadata.html", Role::user},
+    {"/destinations.html", Role::user},
     {"/copy.html", Role::user},
     {"/rename.html", Role::user},
     {"/delete.html", Role::user},

@@ -41,7 +41,8 @@ function bind(view, input, row) {
   return input;
 }
 
-function textControl(view) {
+/** The control of one text. */
+export function textControl(view) {
   const text = view.field.values[0];
   const hasLines = view.hasLines || /[\r\n]/.test(text);
   const input = bind(view, hasLines ? areaInput(text) : lineInput(view), 0);
@@ -55,7 +56,8 @@ function textControl(view) {
   return [input];
 }
 
-function toggleControl(view) {
+/** The control of TRUE and FALSE. */
+export function toggleControl(view) {
   const isOn = () => view.field.values[0] === "TRUE";
   const state = element("span", { "aria-hidden": "true" }, words(isOn() ? "edit.on" : "edit.off"));
   const change = ({ target }) => {
@@ -129,11 +131,12 @@ function removalControl(view) {
   return [list, element("p", { class: "hint" }, words("edit.removal.hint"))];
 }
 
-function fixedControl(view) {
+/** The values of a field that cannot be changed here, and why, the id of a phrase. */
+export function fixedControl(view, reason = fixedReason(view.field)) {
   const lines = view.field.values.map((value) =>
     element("li", {}, element("span", { class: "value" }, value)),
   );
-  const hint = element("p", { class: "hint" }, words(fixedReason(view.field)));
+  const hint = element("p", { class: "hint" }, words(reason));
   return [element("ul", { class: "lines fixed" }, ...lines), hint];
 }
 

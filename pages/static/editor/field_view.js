@@ -2,24 +2,13 @@
 // SPDX-License-Identifier: MIT
 import { Kind, canRemove } from "./attributes.js";
 import { holdsForeignBytes, lacksValue } from "./checks.js";
+import { conflictBox } from "./conflict_box.js";
 import { controlsOf, isSingle } from "./controls.js";
-import { button, element, hasWords, uniqueId, words } from "./dom.js";
+import { button, element, uniqueId, words } from "./dom.js";
 import { valuesOfType } from "./draft.js";
+import { labelOf } from "./labels.js";
 import { markControl } from "./marks.js";
 import { knownValues } from "./vocabulary.js";
-
-/** The name of an attribute or a service as people read it. */
-export function labelOf(name, kind) {
-  const id = `${kind}.${name}`;
-  if (hasWords(id)) return words(id);
-  return name.replace(/([a-z])(?=[A-Z])/g, "$1 ").replace(/_/g, " ") || words("edit.unnamed");
-}
-
-/** A value as text that keeps its blanks and lines; a list as one value a line. */
-function valueText(shown) {
-  if (shown === null) return element("em", {}, words("edit.conflict.gone"));
-  return element("span", { class: "value" }, shown.value || words("edit.conflict.empty"));
-}
 
 /** Shows one field; `editor` is told of every change, see EditPage. */
 export class FieldView {
@@ -122,36 +111,14 @@ export class FieldView {
     this.render(0);
   }
 
-  /** What somebody else stored meanwhile beside what the user typed, and the choice. */
   conflictBox() {
-    const { conflict, isNew } = this.field;
-    if (conflict === null) return [];
+    const { field, label } = this;
     const keep = () => {
-      this.field.conflict = null;
+      field.conflict = null;
       this.render(0);
     };
-    const row = (id, shown) =>
-      element("div", {}, element("dt", {}, words(id)), element("dd", {}, valueText(shown)));
-    const theirs = words(isNew ? "edit.conflict.leave" : "edit.conflict.theirs");
-    return [
-      element(
-        "div",
-        {
-          class: "conflict",
-          role: "group",
-          "aria-label": `${words("edit.conflict")} ${this.label}`,
-        },
-        element("p", {}, words("edit.conflict")),
-        element(
-          "dl",
-          {},
-          row("edit.conflict.stored", conflict.stored),
-          row("edit.conflict.wanted", conflict.wanted),
-        ),
-        button(theirs, () => (isNew ? this.discard() : this.reset())),
-        button(words("edit.conflict.mine"), keep),
-      ),
-    ];
+    const take = () => (field.isNew ? this.discard() : this.reset());
+    return conflictBox({ field, label, take, keep });
   }
 
   /** The list of values to suggest for an enumeration. */

@@ -64,7 +64,9 @@ export function pagesFor(path, login) {
   const isFixed = keepsFiles || path === PROTECTED;
   return [
     "template",
-    ...(mayBe(writers) ? ["edit", "metadata", "destinations"] : []),
+    ...(mayBe(writers) ? ["edit"] : []),
+    "metadata",
+    "destinations",
     ...(writers.length > 0 ? ["history"] : []),
     "copy",
     ...(mayBe(writers) && !keepsNames ? ["rename"] : []),

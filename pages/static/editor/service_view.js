@@ -4,7 +4,8 @@ import { canRemoveInvocation, isSendable } from "./attributes.js";
 import { newFieldProblem } from "./checks.js";
 import { button, element, uniqueId, words } from "./dom.js";
 import { attributesOfService } from "./draft.js";
-import { FieldView, labelOf } from "./field_view.js";
+import { FieldView } from "./field_view.js";
+import { labelOf } from "./labels.js";
 import { markControl } from "./marks.js";
 import { TYPES, knownAttributes } from "./vocabulary.js";
 
