@@ -17,6 +17,7 @@
 #include "template_document.h"
 #include "template_failures.h"
 #include "template_file.h"
+#include "template_history.h"
 #include "template_open.h"
 #include "template_pool.h"
 #include "template_status.h"
@@ -26,6 +27,7 @@
 
 namespace {
 
+using store::Act;
 using store::Code;
 using store::Edit;
 using store::Entry;
@@ -35,6 +37,7 @@ using store::OpenTemplate;
 using store::Operation;
 using store::Status;
 using store::Text;
+using store::Version;
 
 static_assert(std::is_standard_layout_v<TemplatePoolObject>);
 static_assert(offsetof(TemplatePoolObject, m_strPath) == 0);
@@ -76,6 +79,7 @@ constexpr CodeRow kCodes[] = {
     {Code::kWrite, KWTERR_FILE_WRITE, "it cannot be written"},
     {Code::kSyncDirectory, KWTERR_FILE_WRITE, "it was written, but its directory cannot be synced"},
     {Code::kDelete, KWTERR_FILE_DELETE, "it cannot be deleted"},
+    {Code::kHistory, KWTERR_FILE_WRITE, "its old content cannot be kept in the history"},
     {Code::kAbsent, KWTERR_NODATA, "there is nothing of that name"},
     {Code::kParameter, KWTERR_INVALID_PARAMETER, "a name or value is missing or too long"},
     {Code::kBufferTooSmall, KWTERR_INSUFFICIENT_BUFFER, "the buffer for the name is too small"},
@@ -188,12 +192,15 @@ std::string describe(const Edit& edit) {
   return text;
 }
 
-// Remembers a failed save (no edit) or a refused edit for jt_failures().
-void remember_failure(std::string_view path, const Edit* edit, const Status& status) noexcept {
+std::string describe(Act act) { return std::string(store::text_of(act)); }
+
+// Remembers a refused edit, or a change of the whole file that failed, for jt_failures().
+template <typename Change>
+void remember_failure(std::string_view path, const Change& change, const Status& status) noexcept {
   Status noted = guarded([&] {
     std::string line;
     append_escaped(line, path.empty() ? kNoFile : path);
-    line += ": " + (edit ? describe(*edit) : "save") + ": ";
+    line += ": " + describe(change) + ": ";
     if (status.line > 0) {
       line += "line " + std::to_string(status.line) + ", column " + std::to_string(status.column);
       line += ": ";
@@ -226,7 +233,7 @@ bool_t finish_edit(TemplateObject* tpl, const Edit& edit, const Status& status) 
   std::string_view path = open ? open->path() : std::string_view();
   bool nothing_found = status.code == Code::kAbsent || status.code == Code::kParameter;
   bool tell = row_of(edit.operation).is_write || !nothing_found;
-  if (!status.ok() && tell) remember_failure(path, &edit, status);
+  if (!status.ok() && tell) remember_failure(path, edit, status);
   if (open) set_outcome(tpl, path, status);
   return status.ok() ? TRUE : FALSE;
 }
@@ -309,6 +316,13 @@ int create_invocation(TemplateObject* tpl, const char* service, char* name, int 
   return 1;
 }
 
+// Returns the code of a copy or delete. Their callers see that they failed, but would look in vain
+// for the reason when it lies in the history.
+KWTSTATUS finish_change(const char* path, Act act, const Status& status) noexcept {
+  if (status.code == Code::kHistory) remember_failure(path, act, status);
+  return row_of(status.code).number;
+}
+
 void forget_list(TemplatePoolObject* pool) {
   std::free(pool->m_pTemplateList);
   pool->m_pTemplateList = nullptr;
@@ -331,6 +345,37 @@ Status fill_list(TemplatePoolObject* pool, const std::vector<std::string>& names
   pool->m_pTemplateList = nodes;
   pool->count = static_cast<int>(names.size());
   return {};
+}
+
+// Puts a text with its NUL at `out`, and moves that behind it.
+char* put(std::string_view text, char** out) {
+  char* begin = *out;
+  *out += text.copy(begin, text.size());
+  *(*out)++ = '\0';
+  return begin;
+}
+
+// Makes one block: the nodes, linked in order, and behind them their texts.
+JT_VERSION* block_of(const std::vector<Version>& versions) {
+  std::size_t size = versions.size() * sizeof(JT_VERSION);
+  for (const Version& version : versions) {
+    size += version.path.size() + std::to_string(version.name.number).size() +
+            version.name.who.size() + store::text_of(version.name.act).size() + 4;
+  }
+  auto* nodes = static_cast<JT_VERSION*>(std::malloc(size));
+  if (!nodes) return nullptr;
+  char* text = reinterpret_cast<char*>(nodes + versions.size());
+  for (std::size_t i = 0; i < versions.size(); ++i) {
+    const Version& version = versions[i];
+    nodes[i] = {i + 1 < versions.size() ? &nodes[i + 1] : nullptr,
+                put(version.path, &text),
+                put(std::to_string(version.name.number), &text),
+                version.name.time,
+                put(version.name.who, &text),
+                put(store::text_of(version.name.act), &text),
+                version.size};
+  }
+  return nodes;
 }
 
 // The names that jt_walk() has come by, and how it tells them to its visitor.
@@ -438,7 +483,7 @@ int Close(TemplateObject* tpl, int save) {
   OpenTemplate* open = opened(tpl);
   if (!open) return 0;
   Status status = guarded([&] { return save ? open->save() : Status(); });
-  if (!status.ok()) remember_failure(open->path(), nullptr, status);
+  if (!status.ok()) remember_failure(open->path(), Act::kSave, status);
   set_outcome(tpl, open->path(), status);
   release_loaded(tpl);
   return status.ok() ? 1 : 0;
@@ -575,14 +620,14 @@ KWTSTATUS CopyCKwtTemplate(const char* from, const char* to) {
   Status status = guarded([&] {
     return from && to ? store::copy_template(from, to) : Status{Code::kParameter, 0, nullptr, 0, 0};
   });
-  return row_of(status.code).number;
+  return finish_change(to, Act::kCopy, status);
 }
 
 int DeleteCKwtTemplateWFilename(const char* path) {
   Status status = guarded([&] {
     return path ? store::delete_template(path) : Status{Code::kParameter, 0, nullptr, 0, 0};
   });
-  return status.ok() ? 1 : 0;
+  return finish_change(path, Act::kDelete, status) == KWT_SUCCESS ? 1 : 0;
 }
 
 char* StringReplace(const char* text, const char* what, const char* replacement) {
@@ -632,3 +677,20 @@ int jt_walk(TemplateObject* tpl, jt_visit visit, void* context) {
   set_outcome(tpl, open->path(), status);
   return -1;
 }
+
+void jt_history(const char* directory, int keep, const char* who) {
+  store::set_history(directory, keep, who);
+}
+
+JT_VERSION* jt_versions(const char* path) {
+  JT_VERSION* list = nullptr;
+  static_cast<void>(guarded([&] {
+    std::vector<Version> versions;
+    Status status = path ? store::list_versions(path, &versions) : Status();
+    if (status.ok() && !versions.empty()) list = block_of(versions);
+    return status;
+  }));
+  return list;
+}
+
+void jt_free_versions(JT_VERSION* versions) { std::free(versions); }

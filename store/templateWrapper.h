@@ -32,6 +32,9 @@
  *     ended.
  * 11. One object belongs to one thread at a time. Different objects may be used by different
  *     threads and processes at once.
+ * 12. While jt_history() names a directory, no save, copy or delete takes bytes away before they
+ *     are kept there; one whose old bytes cannot be kept fails (KWTERR_FILE_WRITE) and leaves the
+ *     file as it is.
  */
 
 #include <stdint.h>
@@ -117,6 +120,17 @@ typedef struct TemplateObject {
 typedef int (*jt_visit)(void* context, const char* service, const char* invocation,
                         const char* attribute, const char* type, bool_t compulsory, int line,
                         const char* value);
+
+/* What a file held before a change. Owned by its list. */
+typedef struct JT_VERSION {
+  struct JT_VERSION* next; /* the one before it; NULL at the end */
+  char* path;              /* a file with these bytes, that Open() and CopyCKwtTemplate() take */
+  char* id;                /* a number, not given again for the same template */
+  long long time;          /* when the change was, in seconds since 1970 */
+  char* who;               /* who made it, as jt_history() was told; "" = nobody was named */
+  char* act;               /* what it was: "save", "copy" (of another file over it), "delete" */
+  long long size;          /* how many bytes */
+} JT_VERSION;
 
 #if defined(__GNUC__)
 #pragma GCC visibility push(default)
@@ -284,6 +298,28 @@ void jt_release_values(void);
  * without any. Returns 0 after the last; what `visit` returned, if that was not 0, at once; -1 when
  * nothing is open, `visit` is NULL, or memory is out (with m_erno set). */
 int jt_walk(TemplateObject* tpl, jt_visit visit, void* context);
+
+/* Sets, for all threads of the process, where saves, copies and deletes keep what they replace:
+ * below `directory`, which has to be there, in the layout that FORMAT.md tells; NULL or "" =
+ * nowhere, as at the start. `keep` is the most versions that are kept of one template, the oldest
+ * making room; less than 1 is 1. `who` is noted with each; NULL is "", and only the first 64 bytes
+ * count. The strings are copied.
+ * From then on a save, a copy onto an existing file and a delete first keep the old bytes, with the
+ * file's mode, and its owner if that is permitted (else for the user of this process alone). A new
+ * file, a change that leaves the bytes as they are, and a file above 4 MiB, which is no template,
+ * keep nothing. A version that is too much but cannot be dropped is dropped by a later change. A
+ * copy or delete that fails over its history is remembered for jt_failures(), as a save is. */
+void jt_history(const char* directory, int keep, const char* who);
+
+/* Returns what the history keeps of the template `path`, newest first, also when the file itself
+ * was deleted; its directory must be there. A file that is named in two ways, over links or "..",
+ * is one template. Released by the caller with jt_free_versions(). NULL = nothing is kept, no
+ * history is set, it cannot be read, or out of memory. To bring a version back, copy its path over
+ * the template's, which keeps what is there now. */
+JT_VERSION* jt_versions(const char* path);
+
+/* Releases a list of jt_versions(), with its strings; NULL is allowed. */
+void jt_free_versions(JT_VERSION* versions);
 
 #if defined(__GNUC__)
 #pragma GCC visibility pop

@@ -10,8 +10,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace store {
 namespace {
@@ -52,6 +53,40 @@ Status write_all(int file, std::string_view bytes) {
   return {};
 }
 
+// Returns the directory of a path, with a slash at its end if it has one, and the file's name.
+std::pair<std::string, std::string_view> split(std::string_view path) {
+  std::size_t slash = path.rfind('/');
+  bool bare = slash == std::string_view::npos;
+  return {bare ? "." : std::string(path.substr(0, slash + 1)), path.substr(slash + 1)};
+}
+
+int open_directory(int parent, const char* name) {
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  return retry_interrupted([&] { return calls().openat(parent, name, kFlags, 0); });
+}
+
+// Gives a file the owner of `model`; to lack the permission for that is no failure, but told in
+// `kept`.
+bool give_to_owner(int file, const struct stat& model, bool* kept) {
+  *kept = calls().fchown(file, model.st_uid, model.st_gid) == 0;
+  return *kept || errno == EPERM;
+}
+
+// Goes from a directory into one of its directories, which is made if it is not there.
+Status step_into(Descriptor* directory, const std::string& name, const struct stat& model) {
+  bool made = calls().mkdirat(directory->get(), name.c_str(), S_IRWXU) == 0;
+  if (!made && errno != EEXIST) return failed(Code::kCreate);
+  int child = open_directory(directory->get(), name.c_str());
+  if (child < 0) return failed(Code::kOpen);
+  Descriptor next(child);
+  bool kept = false;
+  bool fails = made && (!give_to_owner(child, model, &kept) ||
+                        calls().fchmod(child, model.st_mode & kModeBits) != 0);
+  if (fails || calls().fsync(directory->get()) != 0) return failed(Code::kCreate);
+  directory->swap(next);
+  return {};
+}
+
 Code open_failure_code() { return errno == EACCES || errno == EPERM ? Code::kAccess : Code::kOpen; }
 
 }  // namespace
@@ -77,6 +112,10 @@ int System::renameat(int directory, const char* from, const char* to) {
   return ::renameat(directory, from, directory, to);
 }
 int System::unlinkat(int directory, const char* name) { return ::unlinkat(directory, name, 0); }
+int System::mkdirat(int directory, const char* name, mode_t mode) {
+  return ::mkdirat(directory, name, mode);
+}
+char* System::realpath(const char* path) { return ::realpath(path, nullptr); }
 int System::flock(int file, int operation) { return ::flock(file, operation); }
 DIR* System::opendir(const char* path) { return ::opendir(path); }
 dirent* System::readdir(DIR* directory) { return ::readdir(directory); }
@@ -84,6 +123,11 @@ long System::milliseconds() {
   timespec now = {};
   ::clock_gettime(CLOCK_MONOTONIC, &now);
   return static_cast<long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+long long System::seconds() {
+  timespec now = {};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec;
 }
 void System::pause(long milliseconds) {
   timespec length = {milliseconds / 1000, milliseconds % 1000 * 1000000};
@@ -130,14 +174,14 @@ Status InputFile::read(char* buffer) {
 }
 
 Status LockedDirectory::lock(std::string_view path) {
-  std::size_t slash = path.rfind('/');
-  std::string directory =
-      slash == std::string_view::npos ? "." : std::string(path.substr(0, slash + 1));
-  name_ = path.substr(slash + 1);
+  auto [directory, name] = split(path);
+  name_ = name;
   if (name_.empty()) return {Code::kNotRegular, 0, nullptr, 0, 0};
-  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-  directory_.reset(
-      retry_interrupted([&] { return calls().openat(AT_FDCWD, directory.c_str(), kFlags, 0); }));
+  return lock_directory(directory);
+}
+
+Status LockedDirectory::lock_directory(const std::string& directory) {
+  directory_.reset(open_directory(AT_FDCWD, directory.c_str()));
   if (!directory_.is_open()) return failed(Code::kLock);
   long deadline = calls().milliseconds() + kLockWaitMilliseconds;
   while (calls().flock(directory_.get(), LOCK_EX | LOCK_NB) != 0) {
@@ -172,24 +216,26 @@ Status LockedDirectory::create_temporary(Descriptor* file) {
 }
 
 Status LockedDirectory::fill(Descriptor* file, std::string_view bytes, const struct stat& model,
-                             bool keep_owner) {
+                             Owner owner) {
   Status status = write_all(file->get(), bytes);
   if (!status.ok()) return status;
-  bool owner_fails =
-      keep_owner && calls().fchown(file->get(), model.st_uid, model.st_gid) != 0 && errno != EPERM;
-  if (owner_fails || calls().fchmod(file->get(), model.st_mode & kModeBits) != 0 ||
-      calls().fsync(file->get()) != 0 || file->close() != 0 ||
-      calls().renameat(directory_.get(), kTemporaryName, name()) != 0) {
+  bool kept = false;
+  if (owner != Owner::kNew && !give_to_owner(file->get(), model, &kept)) {
+    return failed(Code::kWrite);
+  }
+  mode_t mode = model.st_mode & (owner == Owner::kKeepOrHide && !kept ? S_IRWXU : kModeBits);
+  if (calls().fchmod(file->get(), mode) != 0 || calls().fsync(file->get()) != 0 ||
+      file->close() != 0 || calls().renameat(directory_.get(), kTemporaryName, name()) != 0) {
     return failed(Code::kWrite);
   }
   return {};
 }
 
-Status LockedDirectory::replace(std::string_view bytes, const struct stat& model, bool keep_owner) {
+Status LockedDirectory::replace(std::string_view bytes, const struct stat& model, Owner owner) {
   Descriptor file;
   Status status = create_temporary(&file);
   if (!status.ok()) return status;
-  status = fill(&file, bytes, model, keep_owner);
+  status = fill(&file, bytes, model, owner);
   if (!status.ok()) {
     static_cast<void>(calls().unlinkat(directory_.get(), kTemporaryName));
     return status;
@@ -198,13 +244,41 @@ Status LockedDirectory::replace(std::string_view bytes, const struct stat& model
 }
 
 Status LockedDirectory::remove() {
-  struct stat info = {};
-  bool exists = false;
-  Status status = inspect(&info, &exists);
-  if (!status.ok()) return status;
-  if (!exists || calls().unlinkat(directory_.get(), name()) != 0) return failed(Code::kDelete);
+  if (calls().unlinkat(directory_.get(), name()) != 0) return failed(Code::kDelete);
   return calls().fsync(directory_.get()) == 0 ? Status() : failed(Code::kSyncDirectory);
 }
+
+void LockedDirectory::drop(const std::string& name) const {
+  static_cast<void>(calls().unlinkat(directory_.get(), name.c_str()));
+}
+
+Status real_path(std::string_view path, std::string* real) {
+  auto [directory, name] = split(path);
+  std::unique_ptr<char, void (*)(void*)> resolved(calls().realpath(directory.c_str()), std::free);
+  if (!resolved) return failed(errno == ENOMEM ? Code::kMemory : Code::kOpen);
+  *real = resolved.get();
+  if (real->size() > 1) *real += '/';
+  *real += name;
+  return {};
+}
+
+Status make_directories(const std::string& root, std::string_view path) {
+  Descriptor directory(open_directory(AT_FDCWD, root.c_str()));
+  struct stat model = {};
+  if (!directory.is_open() || calls().fstat(directory.get(), &model) != 0) {
+    return {Code::kOpen, errno, "the directory of the history cannot be opened", 0, 0};
+  }
+  Status status;
+  while (!path.empty() && status.ok()) {
+    path.remove_prefix(1);
+    std::string name(path.substr(0, path.find('/')));
+    path.remove_prefix(name.size());
+    status = step_into(&directory, name, model);
+  }
+  return status;
+}
+
+long long current_time() { return calls().seconds(); }
 
 Status list_directory(const char* path, std::vector<std::string>* names) {
   std::unique_ptr<DIR, int (*)(DIR*)> directory(calls().opendir(path), ::closedir);

@@ -4,8 +4,10 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <string>
 
+#include "template_history.h"
 #include "template_syntax.h"
 
 namespace store {
@@ -85,7 +87,10 @@ Status OpenTemplate::save() {
   std::string bytes = render(present.bytes(), before, present.document().entries());
   if (bytes == present.bytes()) return {};
   if (bytes.size() > kMaxFileSize) return {Code::kTooLarge, 0, nullptr, 0, 0};
-  return directory.replace(bytes, file.info(), true);
+  Keeping keeping;
+  status = keeping.keep(path_, present.bytes(), file.info(), Act::kSave);
+  if (!status.ok()) return status;
+  return keeping.settle(directory.replace(bytes, file.info(), Owner::kKeep));
 }
 
 Status copy_template(const char* from, const char* to) {
@@ -105,13 +110,25 @@ Status copy_template(const char* from, const char* to) {
   bool same_file =
       exists && info.st_dev == source.info().st_dev && info.st_ino == source.info().st_ino;
   if (same_file) return {};
-  return directory.replace(content.bytes(), exists ? info : source.info(), exists);
+  if (!exists) return directory.replace(content.bytes(), source.info(), Owner::kNew);
+  Keeping keeping;
+  status = keeping.keep_present(directory, to, content.bytes(), Act::kCopy);
+  if (!status.ok()) return status;
+  return keeping.settle(directory.replace(content.bytes(), info, Owner::kKeep));
 }
 
 Status delete_template(const char* path) {
   LockedDirectory directory;
   Status status = directory.lock(path);
-  return status.ok() ? directory.remove() : status;
+  if (!status.ok()) return status;
+  struct stat info = {};
+  bool exists = false;
+  status = directory.inspect(&info, &exists);
+  if (!status.ok()) return status;
+  if (!exists) return {Code::kDelete, ENOENT, nullptr, 0, 0};
+  Keeping keeping;
+  status = keeping.keep_present(directory, path, {}, Act::kDelete);
+  return status.ok() ? keeping.settle(directory.remove()) : status;
 }
 
 }  // namespace store

@@ -23,6 +23,7 @@ enum class Code : std::uint8_t {
   kWrite,
   kSyncDirectory,
   kDelete,
+  kHistory,
   kAbsent,
   kParameter,
   kBufferTooSmall,

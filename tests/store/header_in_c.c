@@ -11,5 +11,7 @@ int store_header_in_c(void) {
   CKwtTemplate(&tpl);
   DestructorCKwtTemplate(&tpl);
   DestructorCKwtPool(&pool);
+  jt_history(0, 1, 0);
+  jt_free_versions(jt_versions("none"));
   return pool.count + (GetLastTemplateError(&tpl) == KWT_SUCCESS ? 1 : 0);
 }
