@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include "error_page.h"
 #include "listener.h"
@@ -120,14 +121,34 @@ Front::Front(std::string directory, std::string pages, int listener, int request
       listener_(listener),
       request_time_(request_time) {}
 
+// Renamed into its place, so that there is a link at any time.
+void Front::link_static_files() const {
+  namespace fs = std::filesystem;
+  const std::string link = directory_ + "/files/static";
+  fs::remove(link + ".new");
+  fs::create_symlink(fs::absolute(pages_) / "static", link + ".new");
+  fs::rename(link + ".new", link);
+}
+
+bool Front::choose_pages(const std::string& pages, std::string* error) {
+  const std::string former = std::exchange(pages_, pages);
+  try {
+    link_static_files();
+  } catch (const std::exception& fault) {
+    *error = "the static files cannot be linked: " + std::string(fault.what());
+    pages_ = former;
+    return false;
+  }
+  return true;
+}
+
 bool Front::prepare(std::string* error) {
   namespace fs = std::filesystem;
   try {
     for (const char* name : {"files", "errors", "uploads"}) {
       fs::create_directory(directory_ + "/" + name);
     }
-    fs::remove(directory_ + "/files/static");
-    fs::create_symlink(fs::absolute(pages_) / "static", directory_ + "/files/static");
+    link_static_files();
     for (const int status : error_statuses()) {
       write_file(directory_ + "/errors/" + std::to_string(status) + ".html",
                  error_response(status).body);

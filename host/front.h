@@ -35,6 +35,10 @@ class Front {
   // when it is not installed or cannot be started.
   bool start(std::string* error);
 
+  // Serves the static files of other pages from now on. Returns false, with `error` set and the
+  // former ones still served, when that cannot be.
+  bool choose_pages(const std::string& pages, std::string* error);
+
   // The process, 0 when there is none, and the descriptor that is readable when it has logged.
   pid_t process() const { return process_; }
   int log_descriptor() const { return log_; }
@@ -50,6 +54,7 @@ class Front {
 
  private:
   bool prepare(std::string* error);
+  void link_static_files() const;
   void log_line(const std::string& line);
   [[noreturn]] void run(const std::string& program, int log) const;
 

@@ -3,34 +3,31 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <filesystem>
 
 #include "account_command.h"
 #include "accounts.h"
-#include "clone_phrases.h"
 #include "config_command.h"
 #include "device/configuration.h"
 #include "device/database.h"
 #include "device/log.h"
-#include "device/paths.h"
-#include "device/phrases.h"
 #include "device_directories.h"
 #include "first_settings.h"
 #include "front.h"
 #include "listener.h"
+#include "log_file.h"
 #include "options.h"
 #include "parser_module.h"
 #include "php_runtime.h"
 #include "platend_conf.h"
+#include "reload.h"
 #include "runtime_directory.h"
 #include "sandbox.h"
+#include "served_files.h"
 #include "service.h"
 #include "sessions.h"
-#include "site.h"
 #include "supervisor.h"
 
 namespace platen {
@@ -54,53 +51,6 @@ bool tell_faults(const std::vector<std::string>& faults, FILE* stream) {
   return faults.empty();
 }
 
-// Prints every fault of the pages; false when there is one.
-bool pages_are_sound(const Options& options, FILE* stream) {
-  std::error_code fault;
-  const fs::directory_iterator first_page(options.pages, fault);
-  if (fault) {
-    refuse("the pages in " + options.pages + " cannot be read: " + fault.message() +
-           "; choose their directory with --pages");
-    return false;
-  }
-  return tell_faults(Site(options.pages, nullptr).check(), stream);
-}
-
-bool load_device_paths(const Options& options, std::string* error) {
-  return load_paths(options.settings + "/paths.txt", fs::path(options.settings).parent_path(),
-                    error);
-}
-
-// Prints every fault of the names of clone groups; false when there is one. Pages can be checked
-// without a device.
-bool clone_phrases_are_sound(const Options& options, FILE* stream) {
-  if (!fs::exists(options.settings + "/paths.txt")) return true;
-  std::string error;
-  if (!load_device_paths(options, &error)) {
-    refuse(error);
-    return false;
-  }
-  return tell_faults(
-      clone_phrase_faults({options.pages + "/phrases", options.settings + "/phrases"}), stream);
-}
-
-bool is_sound(const Options& options, FILE* stream) {
-  const bool pages = pages_are_sound(options, stream);
-  return clone_phrases_are_sound(options, stream) && pages;
-}
-
-// Everything that platend and its children write to standard error from now on goes to the file.
-bool redirect_log(const std::string& file, std::string* error) {
-  const int log = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
-  if (log < 0 || dup2(log, STDERR_FILENO) < 0) {
-    *error = "the log file " + file + " cannot be written: " + strerror(errno) +
-             "; choose another with --log-file";
-    return false;
-  }
-  close(log);
-  return true;
-}
-
 std::string database_file(const Options& options) { return options.state + "/configuration.db"; }
 
 bool open_device(const Options& options, std::string* error) {
@@ -112,8 +62,7 @@ bool open_device(const Options& options, std::string* error) {
     return false;
   }
   const bool is_new = !fs::exists(database_file(options));
-  return load_phrases(options.settings + "/phrases", error) && load_device_paths(options, error) &&
-         open_configuration(database_file(options), error) &&
+  return load_served_files(options, error) && open_configuration(database_file(options), error) &&
          (!is_new || store_first_settings(options.settings + "/settings.txt", error));
 }
 
@@ -168,14 +117,26 @@ int serve_in_sandbox(const Options& options, const ParserModule& module, int lis
   return run_sandboxed(fs::canonical(options.data), program);
 }
 
-int serve_behind(const Options& options, Service* service, int listener) {
+// What is read anew while platend serves is in `options`.
+Duties duties_of(Options* options, Service* service, Front* front, const std::string& address) {
+  Duties duties;
+  duties.greeting = [=] { return greeting(*options, address); };
+  duties.reload = [=] { return reload(options, service, front); };
+  duties.reopen_log = [=] {
+    std::string error;
+    if (!options->log_file.empty() && !redirect_log(options->log_file, &error)) refuse(error);
+  };
+  return duties;
+}
+
+int serve_behind(Options* options, Service* service, int listener) {
   fcntl(listener, F_SETFL, O_NONBLOCK);
-  return Supervisor(options, service, listener, nullptr,
-                    [&] { return greeting(options, "FastCGI on " + options.fastcgi); })
+  return Supervisor(*options, service, listener, nullptr,
+                    duties_of(options, service, nullptr, "FastCGI on " + options->fastcgi))
       .run();
 }
 
-int serve_http(const Options& options, Service* service, int listener) {
+int serve_http(Options* options, Service* service, int listener) {
   std::string error;
   RuntimeDirectory directory;
   int workers_listener = -1;
@@ -184,13 +145,13 @@ int serve_http(const Options& options, Service* service, int listener) {
     return refuse(error);
   }
   fcntl(workers_listener, F_SETFL, O_NONBLOCK);
-  Front front(directory.path(), options.pages, listener, options.request_time);
-  return Supervisor(options, service, workers_listener, &front,
-                    [&] { return greeting(options, listener_url(listener)); })
+  Front front(directory.path(), options->pages, listener, options->request_time);
+  return Supervisor(*options, service, workers_listener, &front,
+                    duties_of(options, service, &front, listener_url(listener)))
       .run();
 }
 
-int serve_here(const Options& options, const ParserModule& module, int listener) {
+int serve_here(Options options, const ParserModule& module, int listener) {
   std::string error;
   set_log_level(options.log_level);
   if (!open_device(options, &error)) {
@@ -201,8 +162,8 @@ int serve_here(const Options& options, const ParserModule& module, int listener)
   }
   module.init();
   Service service(options.pages, module, database_file(options));
-  return options.fastcgi.empty() ? serve_http(options, &service, listener)
-                                 : serve_behind(options, &service, listener);
+  return options.fastcgi.empty() ? serve_http(&options, &service, listener)
+                                 : serve_behind(&options, &service, listener);
 }
 
 int serve_on(int listener, const Options& options, const ParserModule& module) {
@@ -240,7 +201,8 @@ int serve(const Options& options) {
       (!options.data.empty() && !prepare_data(fs::absolute(options.data), &error))) {
     return refuse(error);
   }
-  return is_sound(options, stderr) ? open_and_serve(options, module) : kFailed;
+  return tell_faults(served_file_faults(options), stderr) ? open_and_serve(options, module)
+                                                          : kFailed;
 }
 
 int run_command(const Options& options) {
@@ -278,7 +240,7 @@ int run(const std::vector<std::string>& arguments) {
   if (!options.command.empty()) return run_command(options);
   advise_on_directories(options);
   if (options.check) {
-    return is_sound(options, stdout) ? 0 : kFailed;
+    return tell_faults(served_file_faults(options), stdout) ? 0 : kFailed;
   }
   return serve(options);
 }

@@ -33,8 +33,9 @@ struct Number {
   int most;
 };
 
-// What is said of one start stands on the command line only; a setting also stands in a file.
-enum class Use { start, setting };
+// What is said of one start stands on the command line only; a setting also stands in a file, and a
+// live one may change while platend serves.
+enum class Use { start, setting, live_setting };
 
 struct OptionRow {
   std::string_view name;
@@ -58,24 +59,24 @@ const OptionRow kOptions[] = {
     {"--data", "DIR", Use::setting, Path{&Options::data},
      "serve the device tree DIR (pool, tarn, spool, etc, state) in a sandbox;\n"
      "without it the paths of the device itself are used"},
-    {"--pages", "DIR", Use::setting, Path{&Options::pages},
+    {"--pages", "DIR", Use::live_setting, Path{&Options::pages},
      "the pages to serve (those of platend)"},
     {"--module", "FILE", Use::setting, Path{&Options::module},
      "the parser module (that of platend)"},
-    {"--settings", "DIR", Use::setting, Path{&Options::settings},
+    {"--settings", "DIR", Use::live_setting, Path{&Options::settings},
      "directory of phrases/ and paths.txt (/etc/platen; with --data: DIR/etc)"},
     {"--state", "DIR", Use::setting, Path{&Options::state},
      "directory of the configuration database (/var/lib/platen; with --data:\nDIR/state)"},
-    {"--workers", "N", Use::setting, Number{&Options::workers, 1, kMostWorkers},
+    {"--workers", "N", Use::live_setting, Number{&Options::workers, 1, kMostWorkers},
      "processes that answer requests (2)"},
-    {"--worker-requests", "N", Use::setting, Number{&Options::worker_requests, 1, 1000000000},
+    {"--worker-requests", "N", Use::live_setting, Number{&Options::worker_requests, 1, 1000000000},
      "requests after which a worker is replaced (10000)"},
     {"--request-time", "SECONDS", Use::setting, Number{&Options::request_time, 1, 3600},
      "time after which a request is given up (30)"},
-    {"--log-level", "N", Use::setting, Number{&Options::log_level, 0, 1000},
+    {"--log-level", "N", Use::live_setting, Number{&Options::log_level, 0, 1000},
      "record log lines up to this level: 3 errors, 5 warnings, 6 notices,\n"
      "8 calls, 102 everything; 9 and above show passwords (6)"},
-    {"--log-file", "FILE", Use::setting, Path{&Options::log_file},
+    {"--log-file", "FILE", Use::live_setting, Path{&Options::log_file},
      "append the log to FILE (standard error)"},
     {"--check", "", Use::start, Flag{&Options::check},
      "check configuration, pages and names of clone groups, print their\nfaults and end: 0 none, 1 "
@@ -169,7 +170,7 @@ std::string set_option(std::string_view name, const std::string& value, const st
                        Options* options) {
   const std::string option = "--" + std::string(name);
   const auto* row = std::ranges::find(kOptions, option, &OptionRow::name);
-  if (row == std::end(kOptions) || row->use != Use::setting) {
+  if (row == std::end(kOptions) || row->use == Use::start) {
     return "there is no setting \"" + std::string(name) + "\"; platend --help tells the options";
   }
   const std::string fault = set_value(*row, value, base, options);
@@ -199,10 +200,26 @@ std::string fill_defaults(Options* options) {
   return "";
 }
 
+std::vector<std::string> take_over(const Options& fresh, Options* options) {
+  std::vector<std::string> staying;
+  for (const OptionRow& row : kOptions) {
+    if (row.use == Use::start) continue;
+    const bool differs = std::visit(
+        [&](const auto& target) {
+          if (fresh.*target.field == options->*target.field) return false;
+          if (row.use == Use::live_setting) options->*target.field = fresh.*target.field;
+          return true;
+        },
+        row.target);
+    if (differs && row.use == Use::setting) staying.emplace_back(row.name.substr(2));
+  }
+  return staying;
+}
+
 std::vector<std::string> setting_names() {
   std::vector<std::string> names;
   for (const OptionRow& row : kOptions) {
-    if (row.use == Use::setting) names.emplace_back(row.name.substr(2));
+    if (row.use != Use::start) names.emplace_back(row.name.substr(2));
   }
   return names;
 }

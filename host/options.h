@@ -52,6 +52,10 @@ std::string settings_directory(const Options& options);
 // empty when nothing does.
 std::string fill_defaults(Options* options);
 
+// Takes over from `fresh` what may change while platend serves. Returns the names of the other
+// settings that differ; they stay.
+std::vector<std::string> take_over(const Options& fresh, Options* options);
+
 // The names of the options that may stand in a configuration file.
 std::vector<std::string> setting_names();
 

@@ -37,13 +37,15 @@ sigset_t signal_set(std::initializer_list<int> signals) {
   return set;
 }
 
+bool is_hangup(int number, int code) { return number == SIGHUP && code == SI_KERNEL; }
+
 pid_t fork_child(std::initializer_list<int> blocked) {
   const pid_t parent = getpid();
   const pid_t child = fork();
   if (child != 0) {
     return child;
   }
-  for (const int handled : {SIGCHLD, SIGHUP, SIGINT, SIGPIPE, SIGTERM}) {
+  for (const int handled : {SIGCHLD, SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGUSR1}) {
     signal(handled, SIG_DFL);
   }
   const sigset_t mask = signal_set(blocked);

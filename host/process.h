@@ -19,6 +19,10 @@ std::string find_program(const std::string& name);
 // The set of these signals.
 sigset_t signal_set(std::initializer_list<int> signals);
 
+// Whether a signal, with the code that came along, tells that the terminal is gone: a SIGHUP of the
+// system, not of somebody who asks for a reload.
+bool is_hangup(int number, int code);
+
 // Forks. In the child signals are as at the start of a program, those of `blocked` and no others
 // are blocked, and the child is killed when the process that made it ends; a child whose parent has
 // ended already exits at once. Returns as fork() does.

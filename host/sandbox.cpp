@@ -111,9 +111,10 @@ pid_t read_sandboxed_process(int report) {
 int wait_for_sandbox(pid_t bubblewrap, pid_t program, const sigset_t& signals) {
   int status = 0;
   while (waitpid(bubblewrap, &status, WNOHANG) == 0) {
-    const int number = sigwaitinfo(&signals, nullptr);
+    siginfo_t info{};
+    const int number = sigwaitinfo(&signals, &info);
     if (number > 0 && number != SIGCHLD) {
-      kill(program, number);
+      kill(program, is_hangup(number, info.si_code) ? SIGTERM : number);
     }
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
@@ -165,7 +166,7 @@ int run_sandboxed(const std::string& data, const SandboxedProgram& program) {
     return refuse(
         "bwrap is not installed, which --data needs; install it (apt-get install bubblewrap)");
   }
-  const sigset_t signals = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM});
+  const sigset_t signals = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM, SIGUSR1});
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   int report[2];
   pid_t child = -1;

@@ -27,7 +27,8 @@ bool prepare_data(const std::string& data, std::string* error);
 std::vector<std::string> sandbox_arguments(const std::string& data,
                                            const SandboxedProgram& program);
 
-// Runs the program in the sandbox, passing SIGINT, SIGTERM and SIGHUP on to it, until it ends.
+// Runs the program in the sandbox, passing SIGINT, SIGTERM, SIGHUP and SIGUSR1 on to it, until
+// it ends; the end of its terminal is a SIGTERM.
 // Returns its exit status, or 1 after a message on standard error when there is no sandbox to be
 // had.
 int run_sandboxed(const std::string& data, const SandboxedProgram& program);

@@ -46,6 +46,8 @@ Service::Desk::Desk(const std::string& database_file, const ParserModule& module
 Service::Service(const std::string& pages, const ParserModule& module, std::string database_file)
     : module_(module), site_(pages, &module), database_file_(std::move(database_file)) {}
 
+void Service::choose_pages(const std::string& pages) { site_ = Site(pages, &module_); }
+
 Response Service::serve(const Request& request) {
   try {
     speak(language_of(request));

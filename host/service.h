@@ -22,6 +22,9 @@ class Service {
   // process that answers must not be forked afterwards. Requires `module` to outlive the object.
   Service(const std::string& pages, const ParserModule& module, std::string database_file);
 
+  // Serves the pages of another directory from the next request on.
+  void choose_pages(const std::string& pages);
+
   // Answers one request. Never throws; what fails is told by a page and logged with its cause.
   Response serve(const Request& request);
 

@@ -52,15 +52,15 @@ bool RateLimit::allows(int64_t now) {
 }
 
 Supervisor::Supervisor(const Options& options, Service* service, int listener, Front* front,
-                       std::function<std::string()> greeting)
+                       Duties duties)
     : options_(options),
       service_(service),
       listener_(listener),
       front_(front),
-      greeting_(std::move(greeting)),
-      workers_(static_cast<size_t>(options.workers)),
+      duties_(std::move(duties)),
+      workers_(kMostWorkers),
       states_(share_states(workers_.size())) {
-  const sigset_t set = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM});
+  const sigset_t set = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM, SIGUSR1});
   sigprocmask(SIG_BLOCK, &set, nullptr);
   signals_ = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
 }
@@ -100,9 +100,8 @@ bool Supervisor::start_front() {
 }
 
 void Supervisor::greet() {
-  if (greeting_) {
-    std::string lines = std::exchange(greeting_, nullptr)();
-    puts(lines.c_str());
+  if (!std::exchange(greeted_, true)) {
+    puts(duties_.greeting().c_str());
     fflush(stdout);
   }
 }
@@ -112,7 +111,7 @@ bool Supervisor::any_worker() const {
 }
 
 void Supervisor::fill_workers() {
-  for (size_t i = 0; i < workers_.size(); ++i) {
+  for (size_t i = 0; i < static_cast<size_t>(options_.workers); ++i) {
     if (workers_[i].process == 0 && starts_.allows(monotonic_ms())) {
       start_worker(i);
     }
@@ -155,10 +154,28 @@ void Supervisor::take_signals() {
   signalfd_siginfo info{};
   while (read(signals_, &info, sizeof(info)) == sizeof(info)) {
     if (info.ssi_signo != SIGCHLD) {
-      Log_Entry(LOG_LEVEL_NOTICE, kSource, __LINE__, "Stopping on signal %u.", info.ssi_signo);
-      enter(phase_ == Phase::serving ? Phase::closing_front : Phase::killing);
+      take_signal(static_cast<int>(info.ssi_signo), info.ssi_code);
     }
   }
+}
+
+// A worker that is told to end finishes its request; the one in its place has what is new.
+void Supervisor::take_signal(int number, int code) {
+  const bool reloading = number == SIGHUP && !is_hangup(number, code);
+  if (!reloading && number != SIGUSR1) {
+    Log_Entry(LOG_LEVEL_NOTICE, kSource, __LINE__, "Stopping on signal %d.", number);
+    enter(phase_ == Phase::serving ? Phase::closing_front : Phase::killing);
+    return;
+  }
+  if (phase_ != Phase::serving) return;
+  if (!reloading) {
+    duties_.reopen_log();
+  } else if (!duties_.reload()) {
+    return;
+  }
+  Log_Entry(LOG_LEVEL_NOTICE, kSource, __LINE__, "%s on signal %d.",
+            reloading ? "Reloaded" : "Reopened the log", number);
+  signal_workers(SIGTERM);
 }
 
 void Supervisor::reap_children() {

@@ -30,21 +30,29 @@ class RateLimit {
   size_t count_ = 0;
 };
 
+// What the supervisor leaves to the program around it.
+struct Duties {
+  std::function<std::string()> greeting;  // gives the lines to print once everything serves
+  std::function<void()> reopen_log;       // goes on with the log in the file of its name
+  std::function<bool()> reload;           // takes changed files over; false when they stay
+};
+
 // One object in a process. The listener of the workers stays open for as long as it runs, so that
 // no request is refused while a worker is replaced.
 class Supervisor {
  public:
   // `listener` is where the workers take requests; it must not block. `front` may be null; it is
-  // started. `greeting` gives the lines that are printed once everything serves.
-  Supervisor(const Options& options, Service* service, int listener, Front* front,
-             std::function<std::string()> greeting);
+  // started. A reload may change `options`.
+  Supervisor(const Options& options, Service* service, int listener, Front* front, Duties duties);
   ~Supervisor();
   Supervisor(const Supervisor&) = delete;
   Supervisor& operator=(const Supervisor&) = delete;
 
-  // Serves until SIGTERM, SIGINT or SIGHUP; then lets what is under way end within its time, and
+  // Serves until SIGTERM, SIGINT or the end of the terminal; then lets what is under way end within its time, and
   // kills what does not. A second signal kills at once. Returns the exit status of the program: 0,
   // or 1 after a message on standard error when the web server cannot be started. No child is left.
+  // SIGUSR1 reopens the log, SIGHUP reloads and reopens it; both replace each worker once its request
+  // has ended, so that none is lost.
   int run();
 
  private:
@@ -59,6 +67,7 @@ class Supervisor {
   void start_worker(size_t i);
   void wait_for_event();
   void take_signals();
+  void take_signal(int number, int code);
   void reap_children();
   void worker_ended(size_t i, int status);
   void front_ended(int status);
@@ -73,7 +82,8 @@ class Supervisor {
   Service* service_;
   int listener_;
   Front* front_;
-  std::function<std::string()> greeting_;  // empty once it was printed
+  Duties duties_;
+  bool greeted_ = false;
   int signals_ = -1;
   std::vector<Worker> workers_;
   WorkerState* states_;

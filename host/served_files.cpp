@@ -1,0 +1,56 @@
+// Pages, phrases and paths checked and loaded.
+// SPDX-License-Identifier: MIT
+#include "served_files.h"
+
+#include <filesystem>
+
+#include "clone_phrases.h"
+#include "device/paths.h"
+#include "device/phrases.h"
+#include "device/table_file.h"
+#include "site.h"
+
+namespace platen {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string path_file(const Options& options) { return options.settings + "/paths.txt"; }
+
+bool load_device_paths(const Options& options, std::string* error) {
+  return load_paths(path_file(options), fs::path(options.settings).parent_path(), error);
+}
+
+std::vector<std::string> page_faults(const Options& options) {
+  std::error_code fault;
+  const fs::directory_iterator first_page(options.pages, fault);
+  if (fault) {
+    return {"the pages in " + options.pages + " cannot be read: " + fault.message() +
+            "; choose their directory with --pages"};
+  }
+  return Site(options.pages, nullptr).check();
+}
+
+std::vector<std::string> clone_name_faults(const Options& options) {
+  std::string error;
+  if (!fs::exists(path_file(options))) return {};
+  if (!load_device_paths(options, &error)) return {error};
+  return clone_phrase_faults({options.pages + "/phrases", options.settings + "/phrases"});
+}
+
+}  // namespace
+
+std::vector<std::string> served_file_faults(const Options& options) {
+  std::vector<std::string> faults = page_faults(options);
+  const auto names = clone_name_faults(options);
+  faults.insert(faults.end(), names.begin(), names.end());
+  return faults;
+}
+
+bool load_served_files(const Options& options, std::string* error) {
+  std::vector<TableRow> rows;
+  return read_table_file(path_file(options), &rows, error) &&
+         load_phrases(options.settings + "/phrases", error) && load_device_paths(options, error);
+}
+
+}  // namespace platen
