@@ -42,16 +42,18 @@ bool load_language(const std::string& file, const std::string& code, Phrases* ph
           table_fault(file, row.line, "9998 is the language's own code, given by the file's name");
       return false;
     }
-    phrases->emplace(std::move(row.key), std::move(row.text));
+    phrases->insert_or_assign(std::move(row.key), std::move(row.text));
   }
   phrases->emplace(kLanguageToken, code);
   return true;
 }
 
-// The files of a directory whose name ends in ".txt", sorted, so that errors come in a fixed order.
+// The files of a directory whose name ends in ".txt", sorted, so that errors come in a fixed order;
+// none where there is no such directory.
 bool list_phrase_files(const std::string& directory, std::vector<std::filesystem::path>* files,
                        std::string* error) {
   std::error_code failure;
+  if (!std::filesystem::exists(directory, failure) && !failure) return true;
   for (std::filesystem::directory_iterator entry(directory, failure), end; !failure && entry != end;
        entry.increment(failure)) {
     if (entry->path().extension() == kSuffix) files->push_back(entry->path());
@@ -59,6 +61,27 @@ bool list_phrase_files(const std::string& directory, std::vector<std::filesystem
   if (failure) *error = directory + ": cannot be read: " + failure.message();
   std::sort(files->begin(), files->end());
   return !failure;
+}
+
+bool read_directory(const std::string& directory, Languages* languages, std::string* error) {
+  std::vector<std::filesystem::path> files;
+  if (!list_phrase_files(directory, &files, error)) return false;
+  for (const std::filesystem::path& file : files) {
+    std::string code = file.stem();
+    if (!is_language_code(code)) {
+      *error = file.string() + ": '" + code + "' is no language code in lower case, such as de-de";
+      return false;
+    }
+    if (!load_language(file, code, &(*languages)[code], error)) return false;
+  }
+  return true;
+}
+
+bool read_directories(const std::vector<std::string>& directories, Languages* languages,
+                      std::string* error) {
+  return std::ranges::all_of(directories, [&](const std::string& directory) {
+    return read_directory(directory, languages, error);
+  });
 }
 
 std::string lower_case(std::string_view text) {
@@ -122,20 +145,20 @@ std::string loaded_match(const std::string& wanted) {
 
 }  // namespace
 
-bool load_phrases(const std::string& directory, std::string* error) {
-  std::vector<std::filesystem::path> files;
-  if (!list_phrase_files(directory, &files, error)) return false;
+bool check_phrases(const std::vector<std::string>& directories, std::string* error) {
   Languages read;
-  for (const std::filesystem::path& file : files) {
-    std::string code = file.stem();
-    if (!is_language_code(code)) {
-      *error = file.string() + ": '" + code + "' is no language code in lower case, such as de-de";
-      return false;
-    }
-    if (!load_language(file, code, &read[code], error)) return false;
-  }
+  return read_directories(directories, &read, error);
+}
+
+bool load_phrases(const std::vector<std::string>& directories, std::string* error) {
+  Languages read;
+  if (!read_directories(directories, &read, error)) return false;
   if (!read.contains(kDefaultLanguage)) {
-    *error = directory + ": " + std::string(kDefaultLanguage) + ".txt is missing";
+    *error = std::string(kDefaultLanguage) + ".txt is missing; it must stand in ";
+    for (const std::string& directory : directories) {
+      if (&directory != &directories.front()) *error += " or ";
+      *error += directory;
+    }
     return false;
   }
   loaded_languages() = std::move(read);

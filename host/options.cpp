@@ -64,7 +64,8 @@ const OptionRow kOptions[] = {
     {"--module", "FILE", Use::setting, Path{&Options::module},
      "the parser module (that of platend)"},
     {"--settings", "DIR", Use::live_setting, Path{&Options::settings},
-     "directory of phrases/ and paths.txt (/etc/platen; with --data: DIR/etc)"},
+     "directory of paths.txt, and of phrases/ on top of those of the pages\n(/etc/platen; with "
+     "--data: DIR/etc)"},
     {"--state", "DIR", Use::setting, Path{&Options::state},
      "directory of the configuration database (/var/lib/platen; with --data:\nDIR/state)"},
     {"--workers", "N", Use::live_setting, Number{&Options::workers, 1, kMostWorkers},
@@ -79,8 +80,7 @@ const OptionRow kOptions[] = {
     {"--log-file", "FILE", Use::live_setting, Path{&Options::log_file},
      "append the log to FILE (standard error)"},
     {"--check", "", Use::start, Flag{&Options::check},
-     "check configuration, pages and names of clone groups, print their\nfaults and end: 0 none, 1 "
-     "some"},
+     "check configuration, pages and phrases, print their faults and end:\n0 none, 1 some"},
     {"--version", "", Use::start, Flag{&Options::version}, "print the version and end"},
     {"--help", "", Use::start, Flag{&Options::help}, "print this text and end"},
     {"--sandboxed", "", Use::start, Flag{&Options::sandboxed}, ""},

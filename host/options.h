@@ -25,7 +25,7 @@ struct Options {
   std::string data;     // empty: the device's own paths
   std::string pages;
   std::string module;
-  std::string settings;  // directory of phrases/ and paths.txt
+  std::string settings;  // directory of paths.txt, and of phrases on top of those of the pages
   std::string state;     // directory of the configuration database
   int workers = 2;
   int worker_requests = 10000;

@@ -21,6 +21,11 @@ bool load_device_paths(const Options& options, std::string* error) {
   return load_paths(path_file(options), fs::path(options.settings).parent_path(), error);
 }
 
+// The phrases of the pages, and those of the device, which come on top.
+std::vector<std::string> phrase_directories(const Options& options) {
+  return {options.pages + "/phrases", options.settings + "/phrases"};
+}
+
 std::vector<std::string> page_faults(const Options& options) {
   std::error_code fault;
   const fs::directory_iterator first_page(options.pages, fault);
@@ -35,22 +40,29 @@ std::vector<std::string> clone_name_faults(const Options& options) {
   std::string error;
   if (!fs::exists(path_file(options))) return {};
   if (!load_device_paths(options, &error)) return {error};
-  return clone_phrase_faults({options.pages + "/phrases", options.settings + "/phrases"});
+  return clone_phrase_faults(phrase_directories(options));
+}
+
+// The first fault of the phrase files, else those of the names of clone groups.
+std::vector<std::string> phrase_faults(const Options& options) {
+  std::string error;
+  if (!check_phrases(phrase_directories(options), &error)) return {error};
+  return clone_name_faults(options);
 }
 
 }  // namespace
 
 std::vector<std::string> served_file_faults(const Options& options) {
   std::vector<std::string> faults = page_faults(options);
-  const auto names = clone_name_faults(options);
-  faults.insert(faults.end(), names.begin(), names.end());
+  const auto phrases = phrase_faults(options);
+  faults.insert(faults.end(), phrases.begin(), phrases.end());
   return faults;
 }
 
 bool load_served_files(const Options& options, std::string* error) {
   std::vector<TableRow> rows;
   return read_table_file(path_file(options), &rows, error) &&
-         load_phrases(options.settings + "/phrases", error) && load_device_paths(options, error);
+         load_phrases(phrase_directories(options), error) && load_device_paths(options, error);
 }
 
 }  // namespace platen

@@ -10,8 +10,8 @@
 
 namespace platen {
 
-// One line for each fault of the pages and of the names of clone groups; empty when all may be
-// served. Pages can be checked without a device.
+// One line for each fault of the pages and of the names of clone groups, and one for the first fault
+// of the phrase files; empty when all may be served. Pages can be checked without a device.
 std::vector<std::string> served_file_faults(const Options& options);
 
 // Loads the phrases and the device's paths. Returns false and sets `error` to a sentence that names

@@ -22,12 +22,12 @@ class PhrasesTest : public testing::Test {
     directory_.write("de-ch.txt", "10\tNetz\n");
     directory_.write("README", "not a phrase file");
     std::string error;
-    ASSERT_TRUE(load_phrases(directory_.path(), &error)) << error;
+    ASSERT_TRUE(load_phrases({directory_.path()}, &error)) << error;
   }
 
   std::string load_error() const {
     std::string error;
-    EXPECT_FALSE(load_phrases(directory_.path(), &error));
+    EXPECT_FALSE(load_phrases({directory_.path()}, &error));
     EXPECT_STREQ(Server_Translate_Phrase("10?", "en-us"), "Network");
     return error;
   }
@@ -97,7 +97,7 @@ TEST_F(PhrasesTest, OnlyUtf8IsText) {
   std::string good = "\xC3\xBC\xE0\xA0\x80\xED\x9F\xBF\xEF\xBF\xBD\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
   directory_.write("en-us.txt", "10\t" + good + "\n");
   std::string error;
-  ASSERT_TRUE(load_phrases(directory_.path(), &error)) << error;
+  ASSERT_TRUE(load_phrases({directory_.path()}, &error)) << error;
   EXPECT_EQ(Server_Translate_Phrase("10?", "en-us"), good);
 }
 
@@ -106,15 +106,50 @@ TEST_F(PhrasesTest, AFileMustBeNamedAfterItsLanguage) {
   EXPECT_EQ(load_error(), file + ": 'Deutsch' is no language code in lower case, such as de-de");
 }
 
-TEST_F(PhrasesTest, TheDefaultLanguageMustBeThere) {
-  std::filesystem::remove(directory_.file("en-us.txt"));
-  EXPECT_EQ(load_error(), directory_.path() + ": en-us.txt is missing");
+TEST_F(PhrasesTest, ALaterDirectoryAddsAndReplaces) {
+  TemporaryDirectory device;
+  device.write("de-de.txt", "11\tBunt\n12\tFax\n");
+  device.write("fr-fr.txt", "10\tRéseau\n");
+  std::string error;
+  ASSERT_TRUE(load_phrases({directory_.path(), device.path()}, &error)) << error;
+  EXPECT_EQ(languages(), (std::vector<std::string>{"de-ch", "de-de", "en-us", "fr-fr"}));
+  EXPECT_STREQ(Server_Translate_Phrase("10?", "de-de"), "Netzwerk mit, allem?");
+  EXPECT_STREQ(Server_Translate_Phrase("11?", "de-de"), "Bunt");
+  EXPECT_STREQ(Server_Translate_Phrase("12?", "de-de"), "Fax");
+  EXPECT_STREQ(Server_Translate_Phrase("10?", "fr-fr"), "Réseau");
+  EXPECT_STREQ(Server_Translate_Phrase("9998?", "fr-fr"), "fr-fr");
 }
 
-TEST_F(PhrasesTest, AMissingDirectoryIsTold) {
+TEST_F(PhrasesTest, ADirectoryThatIsMissingHoldsNoLanguage) {
   std::string error;
-  EXPECT_FALSE(load_phrases(directory_.file("none"), &error));
-  EXPECT_EQ(error, directory_.file("none") + ": cannot be read: No such file or directory");
+  EXPECT_TRUE(load_phrases({directory_.file("none"), directory_.path()}, &error)) << error;
+  EXPECT_EQ(languages(), (std::vector<std::string>{"de-ch", "de-de", "en-us"}));
+}
+
+TEST_F(PhrasesTest, TheDefaultLanguageMustBeInADirectory) {
+  std::filesystem::remove(directory_.file("en-us.txt"));
+  EXPECT_EQ(load_error(), "en-us.txt is missing; it must stand in " + directory_.path());
+  std::string error;
+  EXPECT_FALSE(load_phrases({directory_.path(), "/none"}, &error));
+  EXPECT_EQ(error, "en-us.txt is missing; it must stand in " + directory_.path() + " or /none");
+}
+
+TEST_F(PhrasesTest, AFileInPlaceOfADirectoryIsTold) {
+  const std::string file = directory_.file("README");
+  std::string error;
+  EXPECT_FALSE(load_phrases({file}, &error));
+  EXPECT_EQ(error, file + ": cannot be read: Not a directory");
+}
+
+TEST_F(PhrasesTest, ACheckFindsFaultsAndChangesNothing) {
+  TemporaryDirectory device;
+  device.write("de-de.txt", "10\tNetz\n");
+  std::string error;
+  EXPECT_TRUE(check_phrases({device.path()}, &error)) << error;
+  const std::string file = device.write("de-de.txt", "10\n");
+  EXPECT_FALSE(check_phrases({directory_.path(), device.path()}, &error));
+  EXPECT_EQ(error, file + ":1: no tab between key and text");
+  EXPECT_STREQ(Server_Translate_Phrase("10?", "de-de"), "Netzwerk mit, allem?");
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 
 #include "device/paths.h"
 #include "device/phrases.h"
-#include "device/table_file.h"
 #include "templateWrapper.h"
 
 namespace platen {
@@ -61,16 +60,6 @@ std::set<std::string> names_in(const std::filesystem::path& directory, bool suff
     names.insert(suffix ? entry.path().filename() : entry.path().stem());
   }
   return names;
-}
-
-std::set<std::string> tokens(const std::string& language) {
-  std::vector<TableRow> rows;
-  std::string error;
-  EXPECT_TRUE(read_table_file(kSamples / "etc/phrases" / (language + ".txt"), &rows, &error))
-      << error;
-  std::set<std::string> keys;
-  for (const TableRow& row : rows) keys.insert(row.key);
-  return keys;
 }
 
 TEST(SamplesTest, EveryPoolHasTemplates) {
@@ -138,11 +127,9 @@ TEST(SamplesTest, PathsLoad) {
   EXPECT_TRUE(load_paths(kSamples / "etc/paths.txt", kSamples, &error)) << error;
 }
 
-TEST(SamplesTest, EveryLanguageHasTheSamePhrases) {
+TEST(SamplesTest, PhrasesAreSound) {
   std::string error;
-  ASSERT_TRUE(load_phrases(kSamples / "etc/phrases", &error)) << error;
-  EXPECT_EQ(languages(), (std::vector<std::string>{"de-de", "en-us"}));
-  EXPECT_EQ(tokens("de-de"), tokens("en-us"));
+  EXPECT_TRUE(check_phrases({kSamples / "etc/phrases"}, &error)) << error;
 }
 
 }  // namespace

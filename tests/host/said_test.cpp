@@ -19,7 +19,7 @@ class SaidTest : public testing::Test {
                      "\"{1}\" is no {2}.\tEin {2} ist „{1}“ nicht.\n"
                      "Is it so?\tIst es so?\n");
     std::string error;
-    EXPECT_TRUE(load_phrases(directory_.path(), &error)) << error;
+    EXPECT_TRUE(load_phrases({directory_.path()}, &error)) << error;
   }
   ~SaidTest() override { speak("en-us"); }
 

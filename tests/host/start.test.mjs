@@ -79,6 +79,19 @@ test('--check tells each fault of the pages with page, line and column', async (
   assert.deepEqual([code, stdout, stderr], [0, '', '']);
 });
 
+test('--check and every start refuse a phrase file that is broken', async (t) => {
+  const { directory, platend } = workshop(t);
+  writeFiles(directory, {
+    'pages/phrases/fr-fr.txt': '# mots\nstart.title Modèles\n',
+    'data/etc/phrases/en-us.txt': '10\tNetwork\n10\tFax\n',
+  });
+  const ofPages = 'pages/phrases/fr-fr.txt:2: no tab between key and text\n';
+  const ofDevice = "data/etc/phrases/en-us.txt:2: '10' already stands in line 1\n";
+  assert.deepEqual(await platend(['--check']), { code: 1, signal: null, stdout: ofPages, stderr: '' });
+  fs.rmSync(path.join(directory, 'pages/phrases/fr-fr.txt'));
+  assert.deepEqual(await platend([]), { code: 1, signal: null, stdout: '', stderr: ofDevice });
+});
+
 test('--check and every start refuse names of clone groups that their list cannot hold', async (t) => {
   const { directory, platend } = workshop(t);
   const data = path.join(directory, 'data');
