@@ -38,10 +38,6 @@ Outcome no_folder(const std::string& name, const std::string& field) {
   return refusal(422, "There is no folder " + quoted(name) + ".", field);
 }
 
-Outcome not_stored() {
-  return refusal(500, "The settings cannot be written; the log says why. Try again.");
-}
-
 // The posted fields for a handler that checks a password, with one session id and one next page,
 // both the host's.
 std::vector<Field> checked_fields(const Post& post, const std::string& sid) {
@@ -150,14 +146,8 @@ Outcome act_on_job(const Post& post, const Context& context) {
   return outcome;
 }
 
-// Brings the templates in line after something was stored. What the user is told ends in what has
-// changed.
 Outcome finish(const Context& context, const std::string& done, const std::string& next = "") {
-  const UpkeepResult upkeep = run_upkeep(context.module, context.visitors.database.file());
-  const std::string text = done + "\n" + upkeep.summary;
-  if (upkeep.failure.empty()) return success(text, next);
-  return refusal(500, text + "\nNot all templates are in line: " + upkeep.failure +
-                          " Save the settings again.");
+  return with_upkeep(success(done, next), context.module, context.visitors.database.file());
 }
 
 // Stores a PIN with the module's handler, which tells a failure by a line in the log alone.
@@ -338,6 +328,18 @@ constexpr MailboxForm kForms[] = {
 };
 
 }  // namespace
+
+Outcome not_stored() {
+  return refusal(500, "The settings cannot be written; the log says why. Try again.");
+}
+
+Outcome with_upkeep(Outcome done, const ParserModule& module, const std::string& state_file) {
+  const UpkeepResult upkeep = run_upkeep(module, state_file);
+  done.text += "\n" + upkeep.summary;
+  if (upkeep.failure.empty()) return done;
+  return refusal(500, done.text + "\nNot all templates are in line: " + upkeep.failure +
+                          " Save the settings again.");
+}
 
 std::optional<Outcome> run_mailbox_form(const Post& post, const Context& context) {
   const auto* form = std::ranges::find(kForms, post.form.path, &MailboxForm::path);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <utility>
 
 #include "device/log.h"
@@ -11,10 +12,13 @@
 #include "new_invocations.h"
 #include "out_of_date.h"
 #include "platform/log.h"
+#include "said.h"
 #include "template_json.h"
 
 namespace platen {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr std::string_view kFormPath = "/form/";
 constexpr std::string_view kHostFields[] = {"token", "NextPage", "replace", "was"};
@@ -87,9 +91,9 @@ std::string reason_text(std::string text, const std::string& last_error,
   return text;
 }
 
-std::string quoted_name(std::string_view path) {
-  return '"' + std::string(path.substr(path.rfind('/') + 1)) + '"';
-}
+std::string_view file_name(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+std::string quoted_name(std::string_view path) { return '"' + std::string(file_name(path)) + '"'; }
 
 std::string notice(Act act, const std::string& source, const std::string& destination) {
   switch (act) {
@@ -101,6 +105,8 @@ std::string notice(Act act, const std::string& source, const std::string& destin
       return quoted_name(source) + " is deleted.";
     case Act::renames:
       return quoted_name(source) + " is now called " + quoted_name(destination) + ".";
+    case Act::restores:
+      return said("\"{1}\" is restored from the factory pool.", file_name(destination));
     case Act::none:
       break;
   }
@@ -167,7 +173,7 @@ std::string make_invocation(const ParserModule& module, void* open_template,
 
 // Judges the edits of a form by what its source holds now.
 Outcome review(const ParserModule& module, const Post& post, std::vector<FormField>* fields) {
-  const std::string path = source_path(post.fields);
+  const std::string path = source_path(post.form, post.fields);
   ModuleRequest request(module, {}, "");
   if (const std::string error = request.open(path); !error.empty()) {
     return refusal(422, "The template " + quoted_name(path) + " cannot be opened. " + error);
@@ -216,6 +222,13 @@ Outcome call_form_handler(const ParserModule& module, std::string_view name,
 }
 
 Outcome run_module_form(const ParserModule& module, const Post& post, const Visit& visit) {
+  const std::string source = source_path(post.form, post.fields);
+  std::error_code unknown;
+  if (post.form.act == Act::restores && !fs::exists(source, unknown)) {
+    return refusal(422,
+                   said("There is no factory template \"{1}\". Choose another.", file_name(source)),
+                   "ParserFilename");
+  }
   std::vector<FormField> fields = post.fields;
   if (post.form.act == Act::edits) {
     Outcome judged = review(module, post, &fields);
@@ -224,16 +237,15 @@ Outcome run_module_form(const ParserModule& module, const Post& post, const Visi
   Outcome outcome = call_form_handler(module, post.form.path.substr(kFormPath.size()),
                                       handler_fields(fields), visit);
   if (outcome.done()) {
-    outcome.text =
-        notice(post.form.act, source_path(post.fields), destination_path(post.form, post.fields));
-  } else if (post.form.act == Act::copies) {
-    return with_source_fault(std::move(outcome), module, source_path(post.fields));
+    outcome.text = notice(post.form.act, source, destination_path(post.form, post.fields));
+  } else if (post.form.act == Act::copies || post.form.act == Act::restores) {
+    return with_source_fault(std::move(outcome), module, source);
   }
   return outcome;
 }
 
 Outcome rename_template(const ParserModule& module, const Post& post, const Visit& visit) {
-  const std::string source = source_path(post.fields);
+  const std::string source = source_path(post.form, post.fields);
   const std::string destination = destination_path(post.form, post.fields);
   const bool in_mailbox_pool = source.starts_with(kMailboxPool);
   const Field from = {"ParserFilename", source};

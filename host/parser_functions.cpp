@@ -106,6 +106,7 @@ constexpr ParserFunction kFunctions[] = {
     {"HTTP_Parser_Update_Templates_fn", Shape::upkeep, TemplateUse::opens_own, 0, Format::none, {}},
     {"HTTP_Parser_Set_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
     {"HTTP_Parser_Copy_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
+    {"HTTP_Parser_Restore_Defaults_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},
     {"HTTP_Parser_Delete_fn", Shape::form, TemplateUse::none, 0, Format::none, {}},
     {"HTTP_Parser_Verify_Mbox_Password_fn", Shape::form, TemplateUse::none, 0, Format::none, {}},
     {"HTTP_Parser_Verify_Job_Password_fn", Shape::form, TemplateUse::opens, 0, Format::none, {}},

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <set>
 
+#include "said.h"
+
 namespace platen {
 namespace {
 
@@ -103,6 +105,12 @@ constexpr FieldRule kRenameFields[] = {
     {"NewName", Kind::file_name, 221},
     {"replace", Kind::word, 3, "yes"},
 };
+constexpr FieldRule kRestoreFields[] = {
+    {"ParserFilename", Kind::file_name, 227},
+    {"CopyParserFilename", Kind::file_name, 228},
+    {"CopyParserFilenameMailbox", Kind::file_name, 227},
+    {"replace", Kind::word, 3, "yes"},
+};
 constexpr FieldRule kLoginFields[] = {
     {"name", Kind::text, kNameLimit},
     {"password", Kind::secret, kSecretLimit},
@@ -168,6 +176,8 @@ constexpr Choice kEditChoices[] = {kSource,
 constexpr Choice kCopyChoices[] = {kSource, {"CopyParserFilename", "CopyParserFilenameMailbox"}};
 constexpr Choice kDeleteChoices[] = {{"ParserFilename"}};
 constexpr Choice kRenameChoices[] = {{"ParserFilename"}, {"NewName"}};
+constexpr Choice kRestoreChoices[] = {{"ParserFilename"},
+                                      {"CopyParserFilename", "CopyParserFilenameMailbox"}};
 constexpr Choice kLoginChoices[] = {{"name"}, {"password"}};
 constexpr Choice kPasswordChoices[] = {{"old"}, {"new"}, {"repeat"}};
 constexpr Choice kAccountChoices[] = {{"what"}, {"name"}};
@@ -185,6 +195,12 @@ constexpr FormRule kForms[] = {
     {"/form/HTTP_Parser_Set_fn", Role::user, Act::edits, kEditFields, kEditRun, kEditChoices},
     {"/form/HTTP_Parser_Copy_fn", Role::user, Act::copies, kEditFields, {}, kCopyChoices},
     {"/form/HTTP_Parser_Delete_fn", Role::user, Act::deletes, kDeleteFields, {}, kDeleteChoices},
+    {"/form/HTTP_Parser_Restore_Defaults_fn",
+     Role::administrator,
+     Act::restores,
+     kRestoreFields,
+     {},
+     kRestoreChoices},
     {"/do/rename", Role::user, Act::renames, kRenameFields, {}, kRenameChoices},
     {"/do/login", Role::anonymous, Act::none, kLoginFields, {}, kLoginChoices},
     {"/do/logout", Role::anonymous, Act::none, {}, {}, {}},
@@ -231,6 +247,10 @@ std::string named(std::string_view name) { return "The field " + quoted(name) + 
 std::string_view directory_of(std::string_view path) { return path.substr(0, path.rfind('/')); }
 
 std::string_view name_of(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+std::string joined(std::string_view directory, const std::string& name) {
+  return name.empty() ? name : std::string(directory) + '/' + name;
+}
 
 // Whether a path lies in the part of that name of one of the pools.
 bool is_in_part(std::string_view path, std::string_view part) {
@@ -324,13 +344,20 @@ std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) 
 std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormField>& fields,
                                   Role role) {
   if (form.act == Act::none) return std::nullopt;
-  const std::string source = source_path(fields);
+  const std::string source = source_path(form, fields);
   const std::string_view pool = directory_of(source);
   if (form.act == Act::renames && pool != kWebPool && pool != kMailboxPool) {
     return refuse("ParserFilename",
                   "names no template of the web pool; only those get other names here");
   }
   const std::string destination = destination_path(form, fields);
+  if (destination == kDefaultTemplate) {
+    return Refusal{422,
+                   said("\"{1}\" is the default template, from which all new jobs start: it is "
+                        "never replaced. Choose another name.",
+                        name_of(destination)),
+                   "CopyParserFilename"};
+  }
   // A template there is a folder of the mailbox, and folders are the administrator's.
   if (form.act != Act::renames && is_in_part(destination, "mailbox") &&
       role != Role::administrator) {
@@ -344,7 +371,7 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
                    form.act == Act::renames ? "NewName" : "CopyParserFilename"};
   }
   const bool changes_source =
-      form.act != Act::copies && (form.act != Act::edits || destination.empty());
+      form.act == Act::deletes || form.act == Act::renames || destination.empty();
   return changes_source ? refuse_change(source, form.act, role) : std::nullopt;
 }
 
@@ -398,20 +425,20 @@ std::string field_value(const std::vector<FormField>& fields, std::string_view n
   return found == fields.end() ? "" : found->value;
 }
 
-std::string source_path(const std::vector<FormField>& fields) {
+std::string source_path(const FormRule& form, const std::vector<FormField>& fields) {
   const std::string path = field_value(fields, kSource.first);
+  if (form.act == Act::restores) return joined(kFactoryPool, path);
   return path.empty() ? field_value(fields, kSource.second) : path;
 }
 
 std::string destination_path(const FormRule& form, const std::vector<FormField>& fields) {
-  const auto joined = [](std::string_view directory, const std::string& name) {
-    return name.empty() ? name : std::string(directory) + '/' + name;
-  };
   if (form.act == Act::renames) {
-    return joined(directory_of(source_path(fields)), field_value(fields, "NewName"));
+    return joined(directory_of(source_path(form, fields)), field_value(fields, "NewName"));
   }
-  const std::string web = joined(kWebPool, field_value(fields, "CopyParserFilename"));
-  return web.empty() ? joined(kMailboxPool, field_value(fields, "CopyParserFilenameMailbox")) : web;
+  const std::string_view pool = form.act == Act::restores ? kSystemPool : kWebPool;
+  const std::string path = joined(pool, field_value(fields, "CopyParserFilename"));
+  return path.empty() ? joined(kMailboxPool, field_value(fields, "CopyParserFilenameMailbox"))
+                      : path;
 }
 
 }  // namespace platen

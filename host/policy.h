@@ -41,7 +41,7 @@ std::string refuse_page_fields(std::string_view path, const std::vector<Field>& 
 Role page_role(std::string_view path);
 
 // What a form does to the template that it names; this decides who may send it for which pool.
-enum class Act { none, edits, copies, deletes, renames };
+enum class Act { none, edits, copies, deletes, renames, restores };
 
 // Fields of which a form needs one and no more; `needed` false: one or none.
 struct Choice {
@@ -81,9 +81,9 @@ bool is_withheld(const FormRule& form, std::string_view field);
 std::string field_value(const std::vector<FormField>& fields, std::string_view name);
 
 // The template that a form starts from, as a full path; "" when it names none.
-std::string source_path(const std::vector<FormField>& fields);
+std::string source_path(const FormRule& form, const std::vector<FormField>& fields);
 
-// The file that a copy or rename makes, as a full path; "" when the form makes none.
+// The file that a copy, rename or restore makes, as a full path; "" when the form makes none.
 // Requires: fields that refuse_form() lets through.
 std::string destination_path(const FormRule& form, const std::vector<FormField>& fields);
 

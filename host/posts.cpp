@@ -12,6 +12,7 @@
 #include "file_response.h"
 #include "host_forms.h"
 #include "mailbox_forms.h"
+#include "mailbox_upkeep.h"
 #include "module_forms.h"
 #include "next_page.h"
 #include "origin.h"
@@ -58,13 +59,7 @@ class PostRun {
     for (const auto check : kChecks) {
       if (Objection refused = (this->*check)()) return *refused;
     }
-    if (auto outcome = run_mailbox_form(post_, {module_, mailbox_, visitors_, visit_})) {
-      return *outcome;
-    }
-    if (post_.form.path.starts_with(kHostForms)) {
-      return run_host_form(post_, {module_, visitors_.accounts, mailbox_, visit_});
-    }
-    return run_module_form(module_, post_, visit_);
+    return leads_to_mailbox() ? carry_out_with_upkeep() : carry_out();
   }
 
   const Post& post() const { return post_; }
@@ -86,6 +81,33 @@ class PostRun {
   }
 
  private:
+  Outcome carry_out() {
+    if (auto outcome = run_mailbox_form(post_, {module_, mailbox_, visitors_, visit_})) {
+      return *outcome;
+    }
+    if (post_.form.path.starts_with(kHostForms)) {
+      return run_host_form(post_, {module_, visitors_.accounts, mailbox_, visit_});
+    }
+    return run_module_form(module_, post_, visit_);
+  }
+
+  // Whether the form puts a template from elsewhere into the mailbox.
+  bool leads_to_mailbox() const {
+    return post_.form.act == Act::restores &&
+           destination_path(post_.form, post_.fields).starts_with(kMailboxPool);
+  }
+
+  // The upkeep takes the lock itself.
+  Outcome carry_out_with_upkeep() {
+    if (!begin_upkeep()) return not_stored();
+    Outcome outcome = carry_out();
+    lock_.reset();
+    const std::string& state_file = visitors_.database.file();
+    if (outcome.done()) return with_upkeep(std::move(outcome), module_, state_file);
+    resume_upkeep(module_, state_file);
+    return outcome;
+  }
+
   // Parser functions would find query fields as well as posted ones.
   Objection check_query() {
     if (request_.query.empty()) return std::nullopt;
@@ -188,6 +210,7 @@ bool names_folder(const FormRule& form) {
 }
 
 // What an entry of the audit trail is about: a template, a folder, or the account that is managed.
+// Of a restore it is the template that changes, not that of the factory.
 std::string object_of(const Post& post) {
   if (post.form.role == Role::administrator || names_folder(post.form)) {
     for (const char* field : {"name", "saUser"}) {
@@ -195,7 +218,10 @@ std::string object_of(const Post& post) {
     }
   }
   const std::string folder = field_value(post.fields, "unsafeUser");
-  return folder.empty() ? source_path(post.fields) : folder;
+  if (!folder.empty()) return folder;
+  const std::string restored =
+      post.form.act == Act::restores ? destination_path(post.form, post.fields) : "";
+  return restored.empty() ? source_path(post.form, post.fields) : restored;
 }
 
 std::string result_of(const Outcome& outcome) {

@@ -12,6 +12,7 @@ using Fields = std::vector<Field>;
 constexpr char kSet[] = "/form/HTTP_Parser_Set_fn";
 constexpr char kCopy[] = "/form/HTTP_Parser_Copy_fn";
 constexpr char kDelete[] = "/form/HTTP_Parser_Delete_fn";
+constexpr char kRestore[] = "/form/HTTP_Parser_Restore_Defaults_fn";
 constexpr char kPin[] = "/form/HTTP_Parser_Verify_Mbox_Password_fn";
 constexpr char kJobPassword[] = "/form/HTTP_Parser_Verify_Job_Password_fn";
 constexpr char kWebFile[] = "/tmp/template/pool/web/A.KTP";
@@ -49,6 +50,7 @@ TEST(FormPolicy, KnowsEachFormAndItsLeastRole) {
       {kSet, Role::user},
       {kCopy, Role::user},
       {kDelete, Role::user},
+      {kRestore, Role::administrator},
       {"/do/rename", Role::user},
       {"/do/login", Role::anonymous},
       {"/do/logout", Role::anonymous},
@@ -240,6 +242,43 @@ TEST(FormPolicy, RefusesACopyOntoItselfAndARenameElsewhere) {
   }
 }
 
+TEST(FormPolicy, RestoresBareNamesOfTheFactoryPoolOnly) {
+  const Field source = {"ParserFilename", "A.KTP"};
+  const Field system = {"CopyParserFilename", "B.KTP"};
+  const std::string name = "422 ParserFilename: The field \"ParserFilename\" ";
+  const std::pair<Fields, std::string> rows[] = {
+      {{source, system}, ""},
+      {{source, system, {"replace", "yes"}, {"NextPage", "/x"}}, ""},
+      {{source, {"CopyParserFilename", "A.KTP"}}, ""},
+      {{source, {"CopyParserFilename", "DEFAULT.KTP"}}, ""},
+      {{source, {"CopyParserFilenameMailbox", "default.ktp"}}, ""},
+      {{{"ParserFilename", "default.ktp"}, system}, ""},
+      {{{"ParserFilename", std::string(223, 'x') + ".KTP"}, system}, ""},
+      {{{"ParserFilename", std::string(224, 'x') + ".KTP"}, system},
+       name + "is too long; it has at most 227 bytes."},
+      {{source, {"CopyParserFilename", std::string(225, 'x') + ".KTP"}},
+       "422 CopyParserFilename: The field \"CopyParserFilename\" is too long; it has at most 228 "
+       "bytes."},
+      {{{"ParserFilename", kPool + "factory/A.KTP"}, system},
+       name + "holds a slash; give a name only."},
+      {{{"ParserFilename", "../web/A.KTP"}, system}, name + "holds a slash; give a name only."},
+      {{{"ParserFilename", "..KTP"}, system}, name + "holds \"..\"."},
+      {{{"DefaultParserFilename", kWebFile}, system},
+       "422 DefaultParserFilename: The field \"DefaultParserFilename\" is not known to this form; "
+       "leave it out."},
+      {{system}, name + "is missing; fill it in."},
+      {{source},
+       "422 CopyParserFilename: The field \"CopyParserFilename\" is missing; fill it in."},
+      {{source, system, {"CopyParserFilenameMailbox", "B.KTP"}},
+       "422 CopyParserFilenameMailbox: The field \"CopyParserFilenameMailbox\" does not go with "
+       "\"CopyParserFilename\"; give one of the two."},
+      {{source, {"CopyParserFilename", "default.ktp"}},
+       "422 CopyParserFilename: \"default.ktp\" is the default template, from which all new jobs "
+       "start: it is never replaced. Choose another name."},
+  };
+  for (const auto& [fields, text] : rows) EXPECT_EQ(refusal(kRestore, fields), text);
+}
+
 TEST(FormPolicy, LeavesTheFoldersOfTheMailboxToTheAdministrator) {
   const Fields rename = {{"ParserFilename", kPool + "mailbox/A.KTP"}, {"NewName", "B.KTP"}};
   const Fields copy = {{"ParserFilename", kWebFile},
@@ -267,6 +306,11 @@ TEST(FormPolicy, KnowsWhereACopyGoes) {
   EXPECT_EQ(destination(kCopy, {{"CopyParserFilenameMailbox", "B.KTP"}}), kPool + "mailbox/B.KTP");
   EXPECT_EQ(destination("/do/rename", {source, {"NewName", "B.KTP"}}), kPool + "mailbox/B.KTP");
   EXPECT_EQ(destination("/do/logout", {}), "");
+  EXPECT_EQ(destination(kRestore, {{"CopyParserFilename", "B.KTP"}}), kPool + "system/B.KTP");
+  EXPECT_EQ(destination(kRestore, {{"CopyParserFilenameMailbox", "B.KTP"}}),
+            kPool + "mailbox/B.KTP");
+  EXPECT_EQ(source_path(*find_form(kRestore), form_fields({{"ParserFilename", "A.KTP"}})),
+            kPool + "factory/A.KTP");
 }
 
 TEST(FormPolicy, WithholdsSecretsAndTokens) {

@@ -108,6 +108,56 @@ test('a form may say where it leads, but only on this device', async (t) => {
   }
 });
 
+const restore = '/form/HTTP_Parser_Restore_Defaults_fn';
+const restored = (name) => template({ JobTemplateName: `(string, compulsory) = ${name}`, Note: '(string) = old' });
+
+test('a factory template is restored to the system pool under its name or another', async (t) => {
+  const { platend, admin } = await startWithAdmin(t);
+  const factory = stored(platend, 'factory/F.KTP');
+  for (const name of ['F.KTP', 'Ä "new".ktp']) {
+    const fields = { ParserFilename: 'F.KTP', CopyParserFilename: name };
+    assertDone(await admin.post('/index.html', restore, fields), '/index.html');
+    assert.equal((await admin.get('/index.html')).notice, `"${name}" is restored from the factory pool.`);
+    assert.equal(stored(platend, `system/${name}`), restored(Buffer.from(name).toString('latin1')));
+  }
+  assert.equal(stored(platend, 'factory/F.KTP'), factory);
+});
+
+test('what is there is restored only where the form says so, and the default template never', async (t) => {
+  const { platend, admin } = await startWithAdmin(t);
+  const before = stored(platend, 'system/S.KTP');
+  const fields = { ParserFilename: 'F.KTP', CopyParserFilename: 'S.KTP' };
+  const refused = await admin.post('/index.html', restore, fields);
+  const question = 'There is a template "S.KTP" already. Choose another name, or say that it is to be replaced.';
+  assertRefused(refused, 409, question);
+  assert.equal(refused.posted.field, 'replace');
+  assert.equal(stored(platend, 'system/S.KTP'), before);
+  const replaced = await admin.post('/index.html', restore, { ...fields, replace: 'yes' });
+  assertDone(replaced, '/index.html');
+  assert.equal(stored(platend, 'system/S.KTP'), restored('S.KTP'));
+  const standard = stored(platend, 'system/default.ktp');
+  const never = { ParserFilename: 'F.KTP', CopyParserFilename: 'default.ktp', replace: 'yes' };
+  assert.equal((await admin.post('/index.html', restore, never)).status, 422);
+  assert.equal(stored(platend, 'system/default.ktp'), standard);
+});
+
+test('a restore that fails changes nothing and says why', async (t) => {
+  const { platend, admin } = await startWithAdmin(t, { templates: { 'factory/Broken.KTP': '[service x]\nwrong\n' } });
+  for (const field of ['CopyParserFilename', 'CopyParserFilenameMailbox']) {
+    const missing = await admin.post('/index.html', restore, { ParserFilename: 'No.KTP', [field]: 'S.KTP', replace: 'yes' });
+    assertRefused(missing, 422, 'There is no factory template "No.KTP". Choose another.');
+    const broken = await admin.post('/index.html', restore, { ParserFilename: 'Broken.KTP', [field]: 'S.KTP', replace: 'yes' });
+    assert.equal(broken.status, 422);
+    assert.match(broken.reason, /^Couldn't Copy Template from: .*\n\/tmp\/template\/pool\/factory\/Broken\.KTP:2:1: /);
+  }
+  const user = await addUser(platend, admin);
+  const asked = await user.post('/index.html', restore, { ParserFilename: 'F.KTP', CopyParserFilename: 'N.KTP' });
+  assertRefused(asked, 403, 'Only an administrator may do this. Log in as one.');
+  assert.equal(stored(platend, 'system/S.KTP'), stored(platend, 'web/A.KTP'));
+  assert.deepEqual(fs.readdirSync(path.join(platend.data, 'pool/system')).sort(), ['S.KTP', 'default.ktp']);
+  assert.deepEqual(fs.readdirSync(path.join(platend.data, 'pool/mailbox')), ['M.KTP']);
+});
+
 test('an edit can be saved as a copy, whose source stays', async (t) => {
   const { platend, admin } = await startWithAdmin(t);
   const before = stored(platend, 'system/default.ktp');

@@ -134,6 +134,23 @@ test('settings and PINs bring the templates in line, and the next page tells wha
   assert.deepEqual(back.mailbox.folders.filter(({ private: is }) => is).map(({ name }) => name), ['bert', 'open']);
 });
 
+test('a folder whose template is restored asks for its PIN as before', async (t) => {
+  const { platend } = await startMailbox(t);
+  const admin = await administrator(platend);
+  await done(admin, '/do/mailbox-settings', settings('TRUE', 'TRUE', 'TRUE'));
+  const restore = '/form/HTTP_Parser_Restore_Defaults_fn';
+  const fields = { ParserFilename: 'MAILBOX.KTP', CopyParserFilenameMailbox: 'anna.KTP' };
+  assert.equal((await admin.post(settingsPage, restore, fields)).status, 409);
+  const { notice } = await done(admin, restore, { ...fields, replace: 'yes' });
+  assert.equal(
+    notice,
+    '"anna.KTP" is restored from the factory pool.\nanna.KTP: added "Enter Password for Folder".\n' +
+      'No reload of the templates was needed.',
+  );
+  assert.match(stored(platend, 'mailbox/anna.KTP'), /JobTemplateName \(string\) = anna\.KTP\n/);
+  assert.deepEqual(prompts(platend, 'anna'), ['Enter Password for Folder']);
+});
+
 test('a PIN is set only when it was typed twice, for a folder that is there', async (t) => {
   const { platend, visitor } = await startMailbox(t);
   const admin = await administrator(platend);

@@ -222,6 +222,20 @@ TEST_F(ServiceTest, TellsTheHandlersReasonAndTheStoresFailures) {
             "Not everything was saved.\na.KTP: save: disk full\nb.KTP: write: not open");
 }
 
+TEST_F(ServiceTest, TellsAMissingFactoryTemplateAndAuditsWhatWasToBeRestored) {
+  log_in(Role::administrator);
+  const Response response =
+      post("/form/HTTP_Parser_Restore_Defaults_fn",
+           "ParserFilename=no+such.KTP&CopyParserFilename=B+no+such.KTP", "/index.html");
+  const std::string reason = "There is no factory template \"no such.KTP\". Choose another.";
+  EXPECT_EQ(response.status, 422);
+  EXPECT_EQ(between(response.body, "<i>", "</i>"), html_text(reason));
+  EXPECT_EQ(std::ranges::count(module_double().calls, "Form(administrator)"), 0);
+  EXPECT_EQ(audit(), std::vector<std::string>{"erika 192.0.2.1 HTTP_Parser_Restore_Defaults_fn "
+                                              "/tmp/template/pool/system/B no such.KTP: refused: " +
+                                              reason});
+}
+
 TEST_F(ServiceTest, LeavesOneAuditEntryForEachRefusal) {
   post(kDelete, "", "/edit.html");
   log_in(Role::user);
