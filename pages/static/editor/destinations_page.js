@@ -30,7 +30,8 @@ class DestinationCard extends EntryView {
     }
     const views = this.slotViews();
     const slots = element("div", { class: "slots" }, ...views.map(({ node }) => node));
-    const foot = element("div", { class: "entry-foot" }, this.others(), this.removeButton());
+    const others = element("p", { class: "hint" }, ...page.othersText(this.others));
+    const foot = element("div", { class: "entry-foot" }, this.removeButton(), others);
     this.node.append(this.heading, this.address, slots, foot);
   }
 

@@ -28,9 +28,9 @@ export class EntryView {
   removeButton() {
     const { service, name, isNew } = this.invocation;
     if (!isNew && !canRemoveInvocation(service, name)) return "";
-    const text = words(isNew ? "edit.invocation.discard" : "edit.invocation.remove");
+    const text = words(isNew ? "entries.discard" : "entries.remove");
     const label = `${text}: ${this.title}`;
-    return button(text, () => this.page.remove(this), { class: "quiet", "aria-label": label });
+    return button(text, () => this.page.remove(this), { class: "quiet entry-remove", "aria-label": label });
   }
 
   /** What stands in place of an entry that will be removed. */
@@ -42,12 +42,9 @@ export class EntryView {
     return element("p", { class: "tools" }, text, undo);
   }
 
-  /** Names what the entry holds beside its slots, which only the editor shows. */
-  others() {
-    const names = otherNames(this.invocation, this.slots);
-    if (names.length === 0) return "";
-    const link = element("a", { href: pageAddress("edit", this.page.path) }, words("edit.title"));
-    return element("p", { class: "hint" }, words("entries.others", names.join(", ")), " ", link);
+  /** What the entry holds beside its slots. */
+  get others() {
+    return otherNames(this.invocation, this.slots);
   }
 }
 
@@ -108,6 +105,13 @@ export class EntriesPage extends DraftPage {
     this.viewOf(invocation).node.querySelector(".quiet").focus();
   }
 
+  /** Names what entries hold beside their slots, with the way to where it can be changed. */
+  othersText(names) {
+    if (names.length === 0) return [];
+    const link = element("a", { href: pageAddress("edit", this.path) }, words("action.edit"));
+    return [words("entries.others", names.join(", ")), " ", link];
+  }
+
   viewOf(invocation) {
     return this.views.find((view) => view.invocation === invocation);
   }
@@ -139,7 +143,7 @@ export class EntriesPage extends DraftPage {
   missing() {
     return this.fieldViews
       .filter(({ field, slot }) => this.needed.includes(field.name) && slot.text === "")
-      .filter(({ field, slot }) => slot.invocation.isNew || field.isChanged)
+      .filter(({ slot }) => slot.invocation.isNew || slot.isChanged)
       .map(({ controls, label }) => ({ text: words("entries.needed"), control: controls[0], label }));
   }
 }

@@ -27,8 +27,7 @@ class MetadataRow extends EntryView {
       return;
     }
     const cells = this.slotViews(number).map(({ node }) => element("td", {}, node));
-    const last = element("td", { class: "entry-foot" }, this.removeButton(), this.others());
-    this.node.append(...cells, last);
+    this.node.append(...cells, element("td", {}, this.removeButton()));
   }
 }
 
@@ -79,6 +78,8 @@ class MetadataPage extends EntriesPage {
     this.list.closest("table").hidden = this.views.length === 0;
     this.preview.closest("section").hidden = rows.length === 0;
     this.preview.replaceChildren(...rows.map(previewItem));
+    const others = new Set(rows.flatMap((row) => row.others));
+    document.getElementById("others").replaceChildren(...this.othersText([...others]));
   }
 }
 

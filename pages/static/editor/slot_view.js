@@ -74,10 +74,8 @@ export class SlotView {
 
   /** Takes in what was typed. */
   update() {
-    const { slot, field } = this;
-    slot.settle();
-    const isChanged = field.isNew ? slot.text !== "" : field.isChanged;
-    this.node.classList.toggle("changed", isChanged);
+    this.slot.settle();
+    this.node.classList.toggle("changed", this.slot.isChanged);
     const [control] = this.controls;
     if (control?.ariaInvalid === "true") markControl(control, "");
     this.page.changed();

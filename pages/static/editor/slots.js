@@ -30,6 +30,11 @@ export class Slot {
     return this.field.values[0] ?? "";
   }
 
+  /** True when saving would change the attribute. */
+  get isChanged() {
+    return this.field.isNew ? this.text !== "" : this.field.isChanged;
+  }
+
   get look() {
     const { field } = this;
     if (FIXED_KINDS.includes(field.kind) || field.values.length > 1) return Look.fixed;
@@ -51,8 +56,11 @@ export class Slot {
   settle() {
     const { invocation, field } = this;
     if (!field.isNew) return;
-    const others = invocation.fields.filter((other) => other !== field);
-    invocation.fields = this.text === "" ? others : [...others, field];
+    if (this.text === "") {
+      invocation.fields = invocation.fields.filter((other) => other !== field);
+    } else if (!invocation.fields.includes(field)) {
+      invocation.fields.push(field);
+    }
   }
 }
 
