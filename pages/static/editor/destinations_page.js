@@ -45,10 +45,10 @@ class DestinationCard extends EntryView {
       volume: this.text("RepositoryVolume"),
       path: this.text("DocumentPath"),
     });
-    const nowhere = words("destinations.nowhere");
     this.address.replaceChildren(
-      `${words("destinations.to")} `,
-      address === "" ? nowhere : element("code", {}, address),
+      ...(address === ""
+        ? [words("destinations.nowhere")]
+        : [`${words("destinations.to")} `, element("code", {}, address)]),
     );
     for (const { field, hint } of this.views) hint.textContent = this.hintFor(field.name);
   }
