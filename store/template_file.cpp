@@ -3,6 +3,8 @@
 #include "template_file.h"
 
 #include <fcntl.h>
+#include <limits.h>
+#include <stdlib.h>
 #include <sys/file.h>
 #include <time.h>
 #include <unistd.h>
@@ -10,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -115,7 +116,7 @@ int System::unlinkat(int directory, const char* name) { return ::unlinkat(direct
 int System::mkdirat(int directory, const char* name, mode_t mode) {
   return ::mkdirat(directory, name, mode);
 }
-char* System::realpath(const char* path) { return ::realpath(path, nullptr); }
+char* System::realpath(const char* path, char* resolved) { return ::realpath(path, resolved); }
 int System::flock(int file, int operation) { return ::flock(file, operation); }
 DIR* System::opendir(const char* path) { return ::opendir(path); }
 dirent* System::readdir(DIR* directory) { return ::readdir(directory); }
@@ -254,9 +255,9 @@ void LockedDirectory::drop(const std::string& name) const {
 
 Status real_path(std::string_view path, std::string* real) {
   auto [directory, name] = split(path);
-  std::unique_ptr<char, void (*)(void*)> resolved(calls().realpath(directory.c_str()), std::free);
-  if (!resolved) return failed(errno == ENOMEM ? Code::kMemory : Code::kOpen);
-  *real = resolved.get();
+  char resolved[PATH_MAX];
+  if (!calls().realpath(directory.c_str(), resolved)) return failed(Code::kOpen);
+  *real = resolved;
   if (real->size() > 1) *real += '/';
   *real += name;
   return {};

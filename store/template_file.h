@@ -40,7 +40,7 @@ class System {
   virtual int renameat(int directory, const char* from, const char* to);
   virtual int unlinkat(int directory, const char* name);
   virtual int mkdirat(int directory, const char* name, mode_t mode);
-  virtual char* realpath(const char* path);
+  virtual char* realpath(const char* path, char* resolved);
   virtual int flock(int file, int operation);
   virtual DIR* opendir(const char* path);
   virtual dirent* readdir(DIR* directory);

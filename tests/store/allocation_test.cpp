@@ -71,6 +71,8 @@ constexpr std::string_view kSample =
 struct State {
   std::string path;
   std::string copy;
+  std::string other;
+  std::string history;
   TemplateObject* tpl;
   TemplatePoolObject* pool;
 };
@@ -92,6 +94,18 @@ int visit_all(void*, const char*, const char*, const char*, const char*, bool_t,
 }
 
 char name_buffer[1000];
+
+// Makes a change with a history; true when it was made, and what was there before is kept.
+template <typename Change>
+bool keeps_its_changes(State& s, Change change) {
+  jt_history(s.history.c_str(), 2, "anna");
+  bool changed = change();
+  JT_VERSION* versions = jt_versions(s.path.c_str());
+  jt_history(nullptr, 0, nullptr);
+  bool kept = versions != nullptr;
+  jt_free_versions(versions);
+  return changed && kept;
+}
 
 const Call kCalls[] = {
     {"SetPath", [](State& s) { return SetPath(s.pool, s.path.c_str()) == TRUE; }},
@@ -141,6 +155,18 @@ const Call kCalls[] = {
      [](State& s) { return CopyCKwtTemplate(s.path.c_str(), s.copy.c_str()) == KWT_SUCCESS; }},
     {"DeleteCKwtTemplateWFilename",
      [](State& s) { return DeleteCKwtTemplateWFilename(s.path.c_str()) == 1; }},
+    {"Close_with_a_history",
+     [](State& s) {
+       return keeps_its_changes(s, [&] {
+         bool written = WriteAttributeStringWInvoc(s.tpl, "s", nullptr, "a", "new") == TRUE;
+         return Close(s.tpl, 1) == 1 && written;
+       });
+     }},
+    {"CopyCKwtTemplate_with_a_history",
+     [](State& s) {
+       return keeps_its_changes(
+           s, [&] { return CopyCKwtTemplate(s.other.c_str(), s.path.c_str()) == KWT_SUCCESS; });
+     }},
     {"StringReplace",
      [](State&) {
        return text_is(StringReplace("a long text with one word to replace in it", "word", "WORD"),
@@ -163,11 +189,12 @@ class Allocations : public testing::TestWithParam<Call> {
   bool run_failing(long number) {
     Directory directory;
     std::string path = directory.write("t.ktp", kSample);
+    std::string other = directory.write("other", "[service t]\n");
     TemplateObject tpl;
     TemplatePoolObject pool;
     CKwtTemplate(&tpl);
     CKwtPool(&pool);
-    State state{path, directory.file("copy.ktp"), &tpl, &pool};
+    State state{path, directory.file("copy.ktp"), other, directory.path(), &tpl, &pool};
     long before = live;
     EXPECT_TRUE(SetPath(&pool, directory.path().c_str()));
     EXPECT_EQ(Open(&tpl, path.c_str(), 2), 1);
