@@ -65,11 +65,11 @@ export async function run(command, args, options = {}) {
 
 /** A platend that serves; made by startPlatend(). */
 class Platend {
-  constructor(file, args, options) {
+  constructor([file, ...first], args, options) {
     this.mark = `PLATEN_TEST=${randomUUID()}`;
     const [name, value] = this.mark.split('=');
     const env = { ...(options.env ?? process.env), [name]: value };
-    this.child = spawn(file, args, { stdio: ['ignore', 'pipe', 'pipe'], ...options, env });
+    this.child = spawn(file, [...first, ...args], { stdio: ['ignore', 'pipe', 'pipe'], ...options, env });
     this.log = '';
     this.output = '';
     this.closed = once(this.child, 'close');
@@ -148,7 +148,8 @@ export function request(address, target, { method = 'GET', agent, headers, body 
 /**
  * Starts platend for the test `t` and waits until it serves. `pages` is a directory or {name: text},
  * platend's own if missing; `data` a device tree, an empty one if missing, false for none; `args` are
- * further options, `options` those of spawn(), `file` is the program. It is stopped when the test ends.
+ * further options, `options` those of spawn(), `file` is the program, or a command that
+ * runs it and its first arguments. It is stopped when the test ends.
  */
 export async function startPlatend(t, { pages, data, args = [], options = {}, file = program } = {}) {
   const directory = temporaryDirectory(t);
@@ -158,7 +159,7 @@ export async function startPlatend(t, { pages, data, args = [], options = {}, fi
   const all = pages ? ['--pages', pageDirectory] : [];
   if (device) all.push('--data', device);
   if (!args.includes('--fastcgi')) all.push('--port', '0');
-  const platend = new Platend(file, [...all, ...args], options);
+  const platend = new Platend([file].flat(), [...all, ...args], options);
   atEnd(t, () => platend.stop('SIGTERM'));
   await platend.serving();
   platend.data = device;

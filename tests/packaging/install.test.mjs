@@ -14,16 +14,10 @@ import {
   startPlatend,
   temporaryDirectory,
 } from '../host/platend.mjs';
+import { succeed } from './commands.mjs';
 
 const template = path.join(source, 'samples/pool/system/Copy shop.KTP');
 const foreignHost = path.join(source, 'tests/packaging/foreign_host');
-
-/** Runs a program that has to succeed; returns what it printed. */
-async function succeed(command, args, options) {
-  const { code, stdout, stderr } = await run(command, args, options);
-  assert.equal(code, 0, `${command} ${args.join(' ')}\n${stdout}${stderr}`);
-  return stdout;
-}
 
 /** Installs Platen into a directory that goes with the test `t`; returns it. */
 async function stage(t) {
