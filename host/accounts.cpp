@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "ascii.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -28,10 +29,8 @@ struct RoleName {
 constexpr RoleName kRoleNames[] = {
     {Role::anonymous, "anonymous"}, {Role::user, "user"}, {Role::administrator, "administrator"}};
 
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
-
 std::string unknown_account(std::string_view name) {
-  return "There is no account " + quoted(name) + "; look at the list of accounts.";
+  return said("There is no account \"{1}\"; look at the list of accounts.", name);
 }
 
 std::string subject_of(std::string_view name) { return "account:" + std::string(name); }
@@ -48,14 +47,15 @@ bool begins_character(char c) { return (static_cast<unsigned char>(c) & 0xC0) !=
 // Why a password cannot be taken; empty when it can.
 std::string password_fault(std::string_view password) {
   if (password.size() > kLongestPassword) {
-    return "The new password is too long; it may have at most 128 bytes.";
+    return said("The new password is too long; it may have at most {1} bytes.", kLongestPassword);
   }
   if (std::any_of(password.begin(), password.end(), is_control)) {
-    return "The new password holds a control character; use letters, digits and signs.";
+    return said("The new password holds a control character; use letters, digits and signs.");
   }
   const auto characters = std::count_if(password.begin(), password.end(), begins_character);
   if (static_cast<size_t>(characters) < kFewestCharacters) {
-    return "The new password is too short; it needs at least 10 characters.";
+    return said("The new password is too short; it needs at least {1} characters.",
+                kFewestCharacters);
   }
   return "";
 }
@@ -158,12 +158,12 @@ PasswordChange Accounts::change_password(std::string_view name, std::string_view
   std::string fault = password_fault(next);
   if (!fault.empty()) return {std::move(fault)};
   if (next == old_password) {
-    return {"The new password is the old one; choose another."};
+    return {said("The new password is the old one; choose another.")};
   }
   const LoginResult login = authenticate(name, old_password, address);
   if (login.outcome == LoginResult::Outcome::wait) return {"", login.wait_seconds};
   if (login.outcome != LoginResult::Outcome::right) {
-    return {"The old password is not right; type it again."};
+    return {said("The old password is not right; type it again.")};
   }
   store_password(name, hash_password(next, cost_), false, kept_cookie);
   return {};
@@ -171,16 +171,18 @@ PasswordChange Accounts::change_password(std::string_view name, std::string_view
 
 std::string Accounts::add(std::string_view name, Role role, std::string* password) {
   if (!is_account_name(name)) {
-    return "An account's name has 1 to 64 letters, digits and the signs . _ - @ and begins with a "
-           "letter or digit; choose such a name.";
+    return said(
+        "An account's name has 1 to {1} letters, digits and the signs . _ - @ and begins with "
+        "a letter or digit; choose such a name.",
+        kLongestName);
   }
-  if (role == Role::anonymous) return "An account is that of a user or an administrator.";
+  if (role == Role::anonymous) return said("An account is that of a user or an administrator.");
   std::string made = random_password();
   const int added = database_.run(
       "INSERT OR IGNORE INTO account (name, password, role, must_change) VALUES (?1, ?2, ?3, 1)",
       name, hash_password(made, cost_), role_name(role));
   if (added == 0) {
-    return "There is an account " + quoted(name) + " already; choose another name.";
+    return said("There is an account \"{1}\" already; choose another name.", name);
   }
   *password = std::move(made);
   return "";
@@ -208,8 +210,9 @@ std::string Accounts::set_disabled(std::string_view name, bool disabled) {
   const std::optional<Account> account = find(name);
   if (!account) return unknown_account(name);
   if (disabled && is_last_administrator(*account)) {
-    return quoted(name) +
-           " is the last administrator who can log in; enable or add another one before.";
+    return said(
+        "\"{1}\" is the last administrator who can log in; enable or add another one before.",
+        name);
   }
   database_.run("UPDATE account SET disabled = ?2 WHERE name = ?1", name, disabled);
   if (disabled) sessions_.end_all(name);

@@ -24,6 +24,10 @@ Response error_response(int status, std::string_view what, std::string_view advi
 // The same with the words that fit the status wherever nothing more is known.
 Response error_response(int status);
 
+// The same for visitors of whom nothing is known: one text below the other, in every language that
+// is installed, the one that is spoken first.
+Response error_response_for_all(int status);
+
 }  // namespace platen
 
 #endif  // HOST_ERROR_PAGE_H_

@@ -9,6 +9,7 @@
 
 #include "ascii.h"
 #include "query.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -26,12 +27,12 @@ bool is_same_word(std::string_view a, std::string_view b) {
 
 // A text of the client for a message, cut to a readable length.
 std::string shown(std::string_view text) {
-  if (text.size() <= kShownBytes) return "\"" + std::string(text) + "\"";
-  return "\"" + std::string(text.substr(0, kShownBytes)) + "...\"";
+  if (text.size() <= kShownBytes) return std::string(text);
+  return std::string(text.substr(0, kShownBytes)) + "...";
 }
 
 FormRefusal refuse(std::string text) {
-  return {400, std::move(text) + " Open the form's page again and send it from there."};
+  return {400, std::move(text) + " " + said("Open the form's page again and send it from there.")};
 }
 
 // A header value: a word, and parameters behind it.
@@ -131,30 +132,34 @@ std::string_view disposition_of(std::string_view lines) {
 
 bool has_nul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
-// Decodes one part; `place` names it in messages.
-Refused decode_part(std::string_view part, const std::string& place, FormField* field) {
+// Decodes the part of that number.
+Refused decode_part(std::string_view part, size_t number, FormField* field) {
   const size_t header_end = part.find("\r\n\r\n");
-  if (header_end == std::string_view::npos) return refuse(place + " has no end of its header.");
+  if (header_end == std::string_view::npos)
+    return refuse(said("Part {1} of the form has no end of its header.", number));
   HeaderValue header;
   if (!parse_header_value(disposition_of(part.substr(0, header_end)), &header) ||
       !is_same_word(header.word, "form-data") || !header.parameter("name")) {
-    return refuse(place +
-                  " does not say which field it is (Content-Disposition: form-data; name=...).");
+    return refuse(
+        said("Part {1} of the form does not say which field it is "
+             "(Content-Disposition: form-data; name=...).",
+             number));
   }
   field->name = decode_name(*header.parameter("name"));
   field->is_file = header.parameter("filename").has_value();
   field->file_name = decode_name(header.parameter("filename").value_or(""));
   field->value = part.substr(header_end + 4);
-  if (has_nul(field->name)) return refuse("The name of " + place + " holds a NUL byte.");
+  if (has_nul(field->name))
+    return refuse(said("The name of part {1} of the form holds a NUL byte.", number));
   if (has_nul(field->file_name) || (!field->is_file && has_nul(field->value))) {
-    return refuse("The field " + shown(field->name) + " holds a NUL byte.");
+    return refuse(said("The field \"{1}\" {2}.", shown(field->name), said("holds a NUL byte")));
   }
   return std::nullopt;
 }
 
 Refused too_many_fields(const FormLimits& limits) {
-  return FormRefusal{413, "The form has more than " + std::to_string(limits.fields) +
-                              " fields. Make fewer changes at once."};
+  return FormRefusal{
+      413, said("The form has more than {1} fields. Make fewer changes at once.", limits.fields)};
 }
 
 // Cuts the body at its boundary lines and decodes the parts between them.
@@ -163,19 +168,19 @@ Refused decode_parts(std::string_view body, const std::string& boundary, const F
   const std::string line = std::string(kLineEnd) + "--" + boundary;
   const std::string_view first = std::string_view(line).substr(kLineEnd.size());
   const size_t found = body.starts_with(first) ? 0 : body.find(line);
-  if (found == std::string_view::npos) return refuse("The form does not hold its boundary.");
+  if (found == std::string_view::npos) return refuse(said("The form does not hold its boundary."));
   body.remove_prefix(found == 0 ? first.size() : found + line.size());
   while (!body.starts_with("--")) {
     if (fields->size() == limits.fields) return too_many_fields(limits);
-    const std::string place = "part " + std::to_string(fields->size() + 1) + " of the form";
+    const size_t number = fields->size() + 1;
     skip_blanks(&body);
     const size_t end = body.find(line, std::min(kLineEnd.size(), body.size()));
     if (!body.starts_with(kLineEnd) || end == std::string_view::npos) {
-      return refuse("The form breaks off in " + place + ".");
+      return refuse(said("The form breaks off in part {1} of the form.", number));
     }
     FormField field;
     Refused refused =
-        decode_part(body.substr(kLineEnd.size(), end - kLineEnd.size()), place, &field);
+        decode_part(body.substr(kLineEnd.size(), end - kLineEnd.size()), number, &field);
     if (refused) return refused;
     fields->push_back(std::move(field));
     body.remove_prefix(end + line.size());
@@ -188,8 +193,9 @@ Refused decode_multipart(const HeaderValue& type, std::string_view body, const F
   const std::string_view boundary = type.parameter("boundary").value_or("");
   if (!is_boundary(boundary)) {
     return refuse(
-        "The form's boundary must have 1 to 70 letters, digits and simple signs, and not " +
-        shown(boundary) + ".");
+        said("The form's boundary must have 1 to 70 letters, digits and simple signs, and not "
+             "\"{1}\".",
+             shown(boundary)));
   }
   return decode_parts(body, std::string(boundary), limits, fields);
 }
@@ -209,13 +215,12 @@ Refused decode_url_encoded(std::string_view body, const FormLimits& limits,
 
 Refused check_length(const FormPost& post, const FormLimits& limits) {
   if (std::max(post.content_length, post.body.size()) > limits.bytes) {
-    return FormRefusal{413, "The form is larger than " + std::to_string(limits.bytes) +
-                                " bytes. Send less at once."};
+    return FormRefusal{413,
+                       said("The form is larger than {1} bytes. Send less at once.", limits.bytes)};
   }
   if (post.body.size() < post.content_length) {
-    return FormRefusal{400, "The form was cut short: " + std::to_string(post.body.size()) + " of " +
-                                std::to_string(post.content_length) +
-                                " bytes arrived. Send it again."};
+    return FormRefusal{400, said("The form was cut short: {1} of {2} bytes arrived. Send it again.",
+                                 post.body.size(), post.content_length)};
   }
   return std::nullopt;
 }
@@ -225,9 +230,8 @@ Refused check_names(const std::vector<FormField>& fields, const FormLimits& limi
     return field.name.size() > limits.name_bytes;
   });
   if (overlong == fields.end()) return std::nullopt;
-  return refuse("The name of field " + std::to_string(overlong - fields.begin() + 1) + ", " +
-                shown(overlong->name) + ", is longer than " + std::to_string(limits.name_bytes) +
-                " bytes.");
+  return refuse(said("The name of field {1}, \"{2}\", is longer than {3} bytes.",
+                     overlong - fields.begin() + 1, shown(overlong->name), limits.name_bytes));
 }
 
 }  // namespace
@@ -244,10 +248,9 @@ std::optional<FormRefusal> decode_form(const FormPost& post, const FormLimits& l
   } else if (is_type && is_same_word(type.word, "application/x-www-form-urlencoded")) {
     refused = decode_url_encoded(post.body, limits, fields);
   } else {
-    return FormRefusal{415,
-                       "A form is sent as application/x-www-form-urlencoded or "
-                       "multipart/form-data, not as " +
-                           shown(post.content_type) + "."};
+    return FormRefusal{415, said("A form is sent as application/x-www-form-urlencoded or "
+                                 "multipart/form-data, not as \"{1}\".",
+                                 shown(post.content_type))};
   }
   return refused ? refused : check_names(*fields, limits);
 }

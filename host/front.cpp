@@ -151,7 +151,7 @@ bool Front::prepare(std::string* error) {
     link_static_files();
     for (const int status : error_statuses()) {
       write_file(directory_ + "/errors/" + std::to_string(status) + ".html",
-                 error_response(status).body);
+                 error_response_for_all(status).body);
     }
     write_file(directory_ + "/lighttpd.conf", front_configuration(limits_here(), request_time_));
   } catch (const std::exception& fault) {

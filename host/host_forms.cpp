@@ -10,6 +10,7 @@
 #include "next_page.h"
 #include "page_views.h"
 #include "query.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -41,10 +42,11 @@ Outcome begin_session(const std::string& account, const std::string& page, Visit
   const std::string kept = PageViews::take_kept(page, visit);
   visit->log_in(account);
   if (!kept.empty()) PageViews::keep(page, kept, visit);
-  if (visit->must_change()) return success("Choose a password of your own first.", kPasswordPage);
+  if (visit->must_change())
+    return success(said("Choose a password of your own first."), kPasswordPage);
   if (kept.empty()) return success("", page);
-  return success("You are logged in again. What you had typed stands here; it is not sent yet.",
-                 page);
+  return success(
+      said("You are logged in again. What you had typed stands here; it is not sent yet."), page);
 }
 
 Outcome log_in(const Post& post, const HostFormContext& context) {
@@ -54,9 +56,11 @@ Outcome log_in(const Post& post, const HostFormContext& context) {
     case LoginResult::Outcome::wait:
       return too_many_tries(login.wait_seconds);
     case LoginResult::Outcome::wrong:
-      return refusal(403, "The name or the password is not right. Type both again.", "password");
+      return refusal(403, said("The name or the password is not right. Type both again."),
+                     "password");
     case LoginResult::Outcome::disabled:
-      return refusal(403, "This account is disabled. Ask an administrator to enable it.", "name");
+      return refusal(403, said("This account is disabled. Ask an administrator to enable it."),
+                     "name");
     case LoginResult::Outcome::right:
       break;
   }
@@ -66,12 +70,12 @@ Outcome log_in(const Post& post, const HostFormContext& context) {
 Outcome log_out(const Post& post, const HostFormContext& context) {
   context.mailbox.close_folders(context.visit);
   context.visit.log_out();
-  return success("You are logged out.", next_page(post, kStartPage));
+  return success(said("You are logged out."), next_page(post, kStartPage));
 }
 
 Outcome change_password(const Post& post, const HostFormContext& context) {
   if (value(post, "new") != value(post, "repeat")) {
-    return refusal(422, "The two new passwords differ. Type the same one twice.", "repeat");
+    return refusal(422, said("The two new passwords differ. Type the same one twice."), "repeat");
   }
   const Visit& visit = context.visit;
   const PasswordChange change =
@@ -79,13 +83,13 @@ Outcome change_password(const Post& post, const HostFormContext& context) {
                                        visit.address(), visit.cookie());
   if (change.wait_seconds > 0) return too_many_tries(change.wait_seconds);
   if (!change.fault.empty()) return refusal(422, change.fault);
-  return success("Your password is changed.", next_page(post, kStartPage));
+  return success(said("Your password is changed."), next_page(post, kStartPage));
 }
 
 struct AccountChange {
   std::string_view word;
   std::string (*make)(const Post& post, Accounts& accounts, std::string* password);
-  std::string_view notice;
+  Sentence notice;
 };
 
 constexpr AccountChange kAccountChanges[] = {
@@ -94,22 +98,22 @@ constexpr AccountChange kAccountChanges[] = {
        return accounts.add(value(post, "name"),
                            account_role(value(post, "role")).value_or(Role::user), password);
      },
-     "is added"},
+     Sentence("The account \"{1}\" is added.")},
     {"reset",
      [](const Post& post, Accounts& accounts, std::string* password) {
        return accounts.reset(value(post, "name"), password);
      },
-     "has a new password"},
+     Sentence("The account \"{1}\" has a new password.")},
     {"disable",
      [](const Post& post, Accounts& accounts, std::string*) {
        return accounts.set_disabled(value(post, "name"), true);
      },
-     "is disabled"},
+     Sentence("The account \"{1}\" is disabled.")},
     {"enable",
      [](const Post& post, Accounts& accounts, std::string*) {
        return accounts.set_disabled(value(post, "name"), false);
      },
-     "is enabled"},
+     Sentence("The account \"{1}\" is enabled.")},
 };
 
 Outcome change_account(const Post& post, const HostFormContext& context) {
@@ -118,11 +122,12 @@ Outcome change_account(const Post& post, const HostFormContext& context) {
   std::string password;
   const std::string fault = change->make(post, context.accounts, &password);
   if (!fault.empty()) return refusal(422, fault, "name");
-  std::string notice =
-      "The account \"" + value(post, "name") + "\" " + std::string(change->notice) + ".";
+  std::string notice = said(change->notice, value(post, "name"));
   if (!password.empty()) {
-    notice += " Its password is " + password +
-              " and is shown this once; it must be changed at the first login.";
+    notice += " " + said(
+                        "Its password is {1} and is shown this once; it must be changed at the "
+                        "first login.",
+                        password);
     wipe(&password);
   }
   return success(std::move(notice));
@@ -136,7 +141,7 @@ Outcome choose_language(const Post& post, const HostFormContext& context) {
   const std::string code = value(post, "language");
   const std::vector<std::string> installed = languages();
   if (std::ranges::find(installed, code) == installed.end()) {
-    return refusal(422, "The language \"" + code + "\" is not installed; choose another.",
+    return refusal(422, said("The language \"{1}\" is not installed; choose another.", code),
                    "language");
   }
   context.visit.choose_language(code);

@@ -88,9 +88,9 @@ void install_handler(int signal, void (*handler)(int), int flags) {
 }  // namespace
 
 void install_last_answer(const WorkerState* state, int64_t limit_ms) {
-  last_answer =
-      new LastAnswer{fastcgi_answer(cgi_text(error_response(500))),
-                     fastcgi_answer(cgi_text(error_response(504))), state, limit_ms, getpid()};
+  last_answer = new LastAnswer{fastcgi_answer(cgi_text(error_response_for_all(500))),
+                               fastcgi_answer(cgi_text(error_response_for_all(504))), state,
+                               limit_ms, getpid()};
   install_handler_stack();
   for (const int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL}) {
     install_handler(signal, answer_crash, static_cast<int>(SA_RESETHAND));

@@ -11,6 +11,7 @@
 #include "page_views.h"
 #include "platform/configapi.h"
 #include "policy.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -48,8 +49,8 @@ std::optional<Response> refuse_missing(const Request& request) {
   if (page == std::end(kNeeds)) return std::nullopt;
   for (const std::string_view name : page->fields) {
     if (find_field(request.query, name) != nullptr) continue;
-    return error_response(400, "The address lacks the field \"" + std::string(name) + "\".",
-                          "Start from the list of folders.");
+    return error_response(400, said("The address lacks the field \"{1}\".", name),
+                          said("Start from the list of folders."));
   }
   return std::nullopt;
 }
@@ -119,8 +120,8 @@ std::optional<Response> Mailbox::refuse_page(const Request& request, const Visit
   const std::string* folder = find_field(request.query, "name");
   if (folder == nullptr) return std::nullopt;
   if (!folder_exists(*folder)) {
-    return error_response(404, "There is no folder \"" + *folder + "\".",
-                          "Start from the list of folders.");
+    return error_response(404, said("There is no folder \"{1}\".", *folder),
+                          said("Start from the list of folders."));
   }
   if (request.path == kPinPage) return std::nullopt;
   if (!is_open(*folder, visit)) return redirection(pin_page(*folder));

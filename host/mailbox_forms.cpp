@@ -11,6 +11,7 @@
 #include "module_request.h"
 #include "next_page.h"
 #include "platform/configapi.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -28,14 +29,12 @@ std::string value(const Post& post, std::string_view name) {
   return field_value(post.fields, name);
 }
 
-std::string quoted(const std::string& name) { return '"' + name + '"'; }
-
 std::string handler_of(const Post& post) {
   return std::string(post.form.path.substr(post.form.path.rfind('/') + 1));
 }
 
 Outcome no_folder(const std::string& name, const std::string& field) {
-  return refusal(422, "There is no folder " + quoted(name) + ".", field);
+  return refusal(422, said("There is no folder \"{1}\".", name), field);
 }
 
 // The posted fields for a handler that checks a password, with one session id and one next page,
@@ -124,9 +123,11 @@ Outcome check_job_password(const Post& post, const Context& context) {
 
 Outcome remove_posted_job(const Post& post, const JobAction& job) {
   const std::string fault = remove_job({job.folder, job.subf, job.file});
-  const std::string name = quoted(job.subf.empty() ? job.file : job.subf);
-  if (!fault.empty()) return refusal(500, "The job " + name + " cannot be deleted: " + fault + ".");
-  return success("The job " + name + " is deleted.", next_page(post, folder_page(job.folder)));
+  const std::string& name = job.subf.empty() ? job.file : job.subf;
+  if (!fault.empty())
+    return refusal(500, said("The job \"{1}\" cannot be deleted: {2}.", name, fault));
+  return success(said("The job \"{1}\" is deleted.", name),
+                 next_page(post, folder_page(job.folder)));
 }
 
 Outcome act_on_job(const Post& post, const Context& context) {
@@ -135,10 +136,10 @@ Outcome act_on_job(const Post& post, const Context& context) {
   const bool deletes = job.action == "del";
   const std::string path = job_file({job.folder, job.subf, job.file});
   if (!deletes && path.empty()) {
-    return refusal(404, "The job has no file " + quoted(job.file) + " any more.", "file");
+    return refusal(404, said("The job has no file \"{1}\" any more.", job.file), "file");
   }
   if (!context.mailbox.take_action(job, context.visit)) {
-    return refusal(403, "This needs the job's password. Open the job and type it there.");
+    return refusal(403, said("This needs the job's password. Open the job and type it there."));
   }
   if (deletes) return remove_posted_job(post, job);
   Outcome outcome = success("");
@@ -165,14 +166,16 @@ Outcome change_pin(const Post& post, const Context& context, const char* folder_
   const std::string folder = value(post, folder_field);
   const bool clears = value(post, pin_field).empty();
   if (value(post, "repeat") != value(post, pin_field)) {
-    return refusal(422, "The two PINs differ. Type the same one twice.", "repeat");
+    return refusal(422, said("The two PINs differ. Type the same one twice."), "repeat");
   }
   if (!begin_upkeep() || !store_pin(context, post, folder_field, pin_field) ||
       !context.mailbox.close_folder(folder)) {
     return not_stored();
   }
-  return finish(context, "The PIN of the folder " + quoted(folder) +
-                             (clears ? " is removed: the folder is public." : " is changed."));
+  return finish(
+      context, clears
+                   ? said("The PIN of the folder \"{1}\" is removed: the folder is public.", folder)
+                   : said("The PIN of the folder \"{1}\" is changed.", folder));
 }
 
 Outcome set_pin(const Post& post, const Context& context) {
@@ -186,13 +189,13 @@ Outcome change_own_pin(const Post& post, const Context& context) {
   const std::string folder = value(post, "unsafeUser");
   if (!folder_exists(folder)) return no_folder(folder, "unsafeUser");
   if (!Mailbox::is_private(folder)) {
-    return refusal(
-        403, "The folder " + quoted(folder) + " has no PIN; an administrator may give it one.",
-        "unsafeUser");
+    return refusal(403,
+                   said("The folder \"{1}\" has no PIN; an administrator may give it one.", folder),
+                   "unsafeUser");
   }
   if (!context.mailbox.is_open(folder, context.visit)) return ask_for_pin(folder);
   if (value(post, "unsafePasswd").empty()) {
-    return refusal(422, "The new PIN is empty; only an administrator may remove it.",
+    return refusal(422, said("The new PIN is empty; only an administrator may remove it."),
                    "unsafePasswd");
   }
   Outcome outcome = change_pin(post, context, "unsafeUser", "unsafePasswd");
@@ -216,16 +219,16 @@ Outcome delete_folder_template(const Context& context, const std::string& folder
 
 Outcome refuse_spool(const std::string& folder, const std::string& cause) {
   return refusal(
-      500, "The directory of the folder " + quoted(folder) + " cannot be changed: " + cause + ".");
+      500, said("The directory of the folder \"{1}\" cannot be changed: {2}.", folder, cause));
 }
 
 // Whatever is left of an earlier folder of that name must not show in the new one.
 std::optional<Outcome> refuse_new_folder(const std::string& folder, const std::string& field) {
   const std::string fault = value_fault({"", Kind::folder, kFolderLimit}, folder);
-  if (!fault.empty()) return refusal(422, "The folder's name " + fault + ".", field);
+  if (!fault.empty()) return refusal(422, said("The folder's name {1}.", fault), field);
   std::error_code unknown;
   if (!folder_exists(folder) && !fs::exists(folder_directory(folder), unknown)) return std::nullopt;
-  return refusal(409, "There is a folder " + quoted(folder) + " already. Choose another name.",
+  return refusal(409, said("There is a folder \"{1}\" already. Choose another name.", folder),
                  field);
 }
 
@@ -239,7 +242,7 @@ Outcome create_folder(const Post& post, const Context& context) {
   fs::create_directories(folder_directory(folder), fault);
   if (fault) return refuse_spool(folder, fault.message());
   const Outcome copied = copy_folder_template(context, kFactoryTemplate, folder);
-  return copied.done() ? finish(context, "The folder " + quoted(folder) + " is made.") : copied;
+  return copied.done() ? finish(context, said("The folder \"{1}\" is made.", folder)) : copied;
 }
 
 // The jobs move only once the new name has the PIN, and the old PIN goes last: at no moment do they
@@ -261,13 +264,13 @@ Outcome move_folder(const Context& context, const std::string& from, const std::
   outcome = delete_folder_template(context, from);
   if (!outcome.done()) return outcome;
   if (Cfg_SetAttrValue(pin_key(from).c_str(), "") != CFG_OK) return not_stored();
-  return finish(context, "The folder " + quoted(from) + " is now called " + quoted(to) + ".");
+  return finish(context, said("The folder \"{1}\" is now called \"{2}\".", from, to));
 }
 
 Outcome rename_folder(const Post& post, const Context& context) {
   const std::string folder = value(post, "name");
   const std::string next = value(post, "newName");
-  if (next.empty()) return refusal(422, "The new name is missing; fill it in.", "newName");
+  if (next.empty()) return refusal(422, said("The new name is missing; fill it in."), "newName");
   if (!folder_exists(folder)) return no_folder(folder, "name");
   if (auto refused = refuse_new_folder(next, "newName")) return *refused;
   return begin_upkeep() ? move_folder(context, folder, next) : not_stored();
@@ -279,10 +282,12 @@ Outcome delete_folder(const Post& post, const Context& context) {
   if (!folder_exists(folder)) return no_folder(folder, "name");
   const size_t jobs = list_jobs(folder).size();
   if (jobs > 0 && value(post, "jobs") != "delete") {
-    return refusal(409,
-                   "The folder " + quoted(folder) + " still has " + std::to_string(jobs) +
-                       (jobs == 1 ? " job" : " jobs") + "; say that they go with it.",
-                   "jobs");
+    return refusal(
+        409,
+        jobs == 1 ? said("The folder \"{1}\" still has 1 job; say that it goes with it.", folder)
+                  : said("The folder \"{1}\" still has {2} jobs; say that they go with it.", folder,
+                         jobs),
+        "jobs");
   }
   if (!begin_upkeep() || !context.mailbox.close_folder(folder)) return not_stored();
   Outcome deleted = delete_folder_template(context, folder);
@@ -291,14 +296,14 @@ Outcome delete_folder(const Post& post, const Context& context) {
   fs::remove_all(folder_directory(folder), fault);
   if (fault) return refuse_spool(folder, fault.message());
   if (Cfg_SetAttrValue(pin_key(folder).c_str(), "") != CFG_OK) return not_stored();
-  return finish(context, "The folder " + quoted(folder) + " is deleted.");
+  return finish(context, said("The folder \"{1}\" is deleted.", folder));
 }
 
 Outcome change_folder(const Post& post, const Context& context) {
   const std::string what = value(post, "what");
   if (what == "create") return create_folder(post, context);
   if (value(post, "name") == kPublicFolder) {
-    return refusal(422, "The public folder comes and goes with its setting.", "name");
+    return refusal(422, said("The public folder comes and goes with its setting."), "name");
   }
   return what == "rename" ? rename_folder(post, context) : delete_folder(post, context);
 }
@@ -309,7 +314,7 @@ Outcome change_settings(const Post& post, const Context& context) {
     const bool_t chosen = value(post, name) == "TRUE" ? TRUE : FALSE;
     if (Cfg_SetBoolAttrValue(mailbox_key(name).c_str(), chosen) != CFG_OK) return not_stored();
   }
-  return finish(context, "The settings are stored.");
+  return finish(context, said("The settings are stored."));
 }
 
 struct MailboxForm {
@@ -330,15 +335,16 @@ constexpr MailboxForm kForms[] = {
 }  // namespace
 
 Outcome not_stored() {
-  return refusal(500, "The settings cannot be written; the log says why. Try again.");
+  return refusal(500, said("The settings cannot be written; the log says why. Try again."));
 }
 
 Outcome with_upkeep(Outcome done, const ParserModule& module, const std::string& state_file) {
   const UpkeepResult upkeep = run_upkeep(module, state_file);
   done.text += "\n" + upkeep.summary;
   if (upkeep.failure.empty()) return done;
-  return refusal(500, done.text + "\nNot all templates are in line: " + upkeep.failure +
-                          " Save the settings again.");
+  return refusal(
+      500, done.text + "\n" +
+               said("Not all templates are in line: {1} Save the settings again.", upkeep.failure));
 }
 
 std::optional<Outcome> run_mailbox_form(const Post& post, const Context& context) {

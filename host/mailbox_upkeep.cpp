@@ -8,10 +8,12 @@
 
 #include "device/configuration.h"
 #include "device/log.h"
+#include "device/phrases.h"
 #include "mailbox.h"
 #include "module_request.h"
 #include "platform/configapi.h"
 #include "platform/log.h"
+#include "said.h"
 #include "state_lock.h"
 #include "template_json.h"
 
@@ -24,21 +26,21 @@ constexpr const char* kUpkeepSetting = "webUpdate";
 
 struct WarningWords {
   std::string_view line;  // how it begins
-  std::string_view words;
+  Sentence words;
 };
 constexpr WarningWords kWarnings[] = {
-    {"Cfg Srv - Was unable to set value for", "A setting could not be stored."},
+    {"Cfg Srv - Was unable to set value for", Sentence("A setting could not be stored.")},
     {"Could not copy mailbox template to public default!",
-     "The template of the public folder could not be made."},
+     Sentence("The template of the public folder could not be made.")},
     {"Unable to remove default public template!",
-     "The template of the public folder could not be removed."},
+     Sentence("The template of the public folder could not be removed.")},
 };
 
 void observe(void* context, const LogLine& line) {
   const auto* row = std::ranges::find_if(kWarnings, [&](const WarningWords& warning) {
     return std::string_view(line.text).starts_with(warning.line);
   });
-  if (row != std::end(kWarnings)) *static_cast<std::string*>(context) = row->words;
+  if (row != std::end(kWarnings)) *static_cast<std::string*>(context) = said(row->words);
 }
 
 // The prompts of one template.
@@ -70,14 +72,14 @@ std::map<std::string, Prompts> read_all(const ParserModule& module) {
   return all;
 }
 
-// The prompts of `from` that are not in `in`, as `word "A", "B".`
-std::string listed(std::string_view word, const Prompts& from, const Prompts& in) {
+// Says which prompts of `from` are not in `in`, behind a blank; empty when all are.
+std::string listed(const Sentence& words, const Prompts& from, const Prompts& in) {
   std::string names;
   for (const std::string& prompt : from) {
     if (std::ranges::find(in, prompt) != in.end()) continue;
     names.append(names.empty() ? "\"" : ", \"").append(prompt).append("\"");
   }
-  return names.empty() ? "" : " " + std::string(word) + " " + names + ".";
+  return names.empty() ? "" : " " + said(words, names);
 }
 
 std::string changes(const std::map<std::string, Prompts>& before,
@@ -87,15 +89,16 @@ std::string changes(const std::map<std::string, Prompts>& before,
   for (const auto& [folder, prompts] : after) {
     const auto old = before.find(folder);
     const bool is_new = old == before.end();
-    const std::string text = (is_new ? " made." : "") +
-                             listed("added", prompts, is_new ? none : old->second) +
-                             listed("removed", is_new ? none : old->second, prompts);
+    const std::string text = (is_new ? " " + said("made.") : "") +
+                             listed(Sentence("added {1}."), prompts, is_new ? none : old->second) +
+                             listed(Sentence("removed {1}."), is_new ? none : old->second, prompts);
     if (!text.empty()) lines.append(folder).append(".KTP:").append(text).append("\n");
   }
   for (const auto& [folder, prompts] : before) {
-    if (!after.contains(folder)) lines.append(folder).append(".KTP: removed.\n");
+    if (!after.contains(folder))
+      lines.append(folder).append(".KTP: ").append(said("removed.")).append("\n");
   }
-  return lines.empty() ? "No template had to change.\n" : lines;
+  return lines.empty() ? said("No template had to change.") + "\n" : lines;
 }
 
 bool is_due() {
@@ -119,8 +122,8 @@ UpkeepResult run_locked(const ParserModule& module) {
   }
   result.summary = changes(before, read_all(module));
   result.summary += configuration_writes(kReloadKey) > reloads
-                        ? "The device was asked to load its templates again."
-                        : "No reload of the templates was needed.";
+                        ? said("The device was asked to load its templates again.")
+                        : said("No reload of the templates was needed.");
   return result;
 }
 
@@ -136,12 +139,13 @@ bool begin_upkeep() {
 
 UpkeepResult run_upkeep(const ParserModule& module, const std::string& state_file) {
   const StateLock lock(state_file);
-  if (!lock.error().empty()) return {"The templates were left as they are.", lock.error()};
+  if (!lock.error().empty()) return {said("The templates were left as they are."), lock.error()};
   return run_locked(module);
 }
 
 void resume_upkeep(const ParserModule& module, const std::string& state_file) {
   if (!is_due()) return;
+  const Speaking for_the_log(kDefaultLanguage);
   const StateLock lock(state_file);
   if (!lock.error().empty() || !is_due()) return;
   const UpkeepResult result = run_locked(module);

@@ -26,24 +26,25 @@ constexpr std::string_view kHostFields[] = {"token", "NextPage", "replace", "was
 // What to tell where a handler gives no reason, by its last error line in the log.
 struct ErrorWords {
   std::string_view line;
-  std::string_view words;
+  Sentence words;
 };
 constexpr ErrorWords kErrorWords[] = {
-    {"*** Filesize exceeded!", "The name of the file is too long; choose a shorter one."},
-    {"dfilename == NULL!", "The form names no template; open its page again."},
-    {"copyFrom == NULL", "The form names no template; open its page again."},
-    {"Filename not found in entries!", "The form names no template; open its page again."},
-    {"*** NULL filename!", "The form names no template; open its page again."},
-    {"*** Invalid template path!", "The file does not lie in a pool of templates."},
+    {"*** Filesize exceeded!", Sentence("The name of the file is too long; choose a shorter one.")},
+    {"dfilename == NULL!", Sentence("The form names no template; open its page again.")},
+    {"copyFrom == NULL", Sentence("The form names no template; open its page again.")},
+    {"Filename not found in entries!",
+     Sentence("The form names no template; open its page again.")},
+    {"*** NULL filename!", Sentence("The form names no template; open its page again.")},
+    {"*** Invalid template path!", Sentence("The file does not lie in a pool of templates.")},
     {"HTTP_Parser_Set called on default template without logging in!",
-     "The default template can only be changed after a login."},
+     Sentence("The default template can only be changed after a login.")},
     {"HTTP_Parser_Copy attempting to overwrite default template",
-     "The default template cannot be replaced by a copy; choose another name."},
-    {"HTTP_Parser_Delete called on default template!", "The default template cannot be deleted."},
+     Sentence("The default template cannot be replaced by a copy; choose another name.")},
+    {"HTTP_Parser_Delete called on default template!",
+     Sentence("The default template cannot be deleted.")},
 };
-constexpr std::string_view kNotAll = "Not everything was saved.";
-constexpr std::string_view kNotStored =
-    "This could not be done; the file may be gone or protected. Load the page again.";
+constexpr Sentence kNotStored(
+    "This could not be done; the file may be gone or protected. Load the page again.");
 
 // Notes the last error that is logged until it is taken.
 class LastError {
@@ -85,7 +86,7 @@ std::string reason_text(std::string text, const std::string& last_error,
                         const std::vector<std::string>& failures) {
   if (text.empty()) {
     const auto* row = std::ranges::find(kErrorWords, last_error, &ErrorWords::line);
-    text = row == std::end(kErrorWords) ? kNotStored : row->words;
+    text = said(row == std::end(kErrorWords) ? kNotStored : row->words);
   }
   for (const std::string& failure : failures) text += "\n" + failure;
   return text;
@@ -93,18 +94,17 @@ std::string reason_text(std::string text, const std::string& last_error,
 
 std::string_view file_name(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
-std::string quoted_name(std::string_view path) { return '"' + std::string(file_name(path)) + '"'; }
-
 std::string notice(Act act, const std::string& source, const std::string& destination) {
   switch (act) {
     case Act::edits:
-      return destination.empty() ? "Saved." : "Saved as " + quoted_name(destination) + ".";
+      return destination.empty() ? said("Saved.")
+                                 : said("Saved as \"{1}\".", file_name(destination));
     case Act::copies:
-      return "Copied to " + quoted_name(destination) + ".";
+      return said("Copied to \"{1}\".", file_name(destination));
     case Act::deletes:
-      return quoted_name(source) + " is deleted.";
+      return said("\"{1}\" is deleted.", file_name(source));
     case Act::renames:
-      return quoted_name(source) + " is now called " + quoted_name(destination) + ".";
+      return said("\"{1}\" is now called \"{2}\".", file_name(source), file_name(destination));
     case Act::restores:
       return said("\"{1}\" is restored from the factory pool.", file_name(destination));
     case Act::none:
@@ -153,9 +153,9 @@ Json conflict_json(const EditConflict& conflict) {
 Outcome conflict_outcome(const std::vector<EditConflict>& conflicts) {
   Outcome outcome;
   outcome.status = 409;
-  outcome.text =
+  outcome.text = said(
       "Somebody else has changed the same settings meanwhile. Look at what is stored now, and save "
-      "again to keep yours.";
+      "again to keep yours.");
   for (const EditConflict& conflict : conflicts) {
     outcome.conflicts.push_back(conflict_json(conflict));
   }
@@ -176,7 +176,7 @@ Outcome review(const ParserModule& module, const Post& post, std::vector<FormFie
   const std::string path = source_path(post.form, post.fields);
   ModuleRequest request(module, {}, "");
   if (const std::string error = request.open(path); !error.empty()) {
-    return refusal(422, "The template " + quoted_name(path) + " cannot be opened. " + error);
+    return refusal(422, said("The template \"{1}\" cannot be opened. {2}", file_name(path), error));
   }
   const Json stored = template_json(module, request.record().parserTemplate);
   EditReview review = review_edits(
@@ -217,7 +217,8 @@ Outcome call_form_handler(const ParserModule& module, std::string_view name,
   record.loginName = nullptr;
   const std::vector<std::string> failures = request.take_failures();
   if (result == 0 && failures.empty()) return {};
-  const std::string reason = result == 0 ? std::string(kNotAll) : without_line_end(record.Reason);
+  const std::string reason =
+      result == 0 ? said("Not everything was saved.") : without_line_end(record.Reason);
   return refusal(failures.empty() ? 422 : 500, reason_text(reason, handlers_error, failures));
 }
 
@@ -255,8 +256,9 @@ Outcome rename_template(const ParserModule& module, const Post& post, const Visi
   if (!outcome.done()) return with_source_fault(std::move(outcome), module, source);
   outcome = call_form_handler(module, "HTTP_Parser_Delete_fn", {from}, visit);
   if (!outcome.done()) {
-    outcome.text = quoted_name(destination) + " was made, but " + quoted_name(source) +
-                   " is still there. " + outcome.text;
+    outcome.text = said("\"{1}\" was made, but \"{2}\" is still there.", file_name(destination),
+                        file_name(source)) +
+                   " " + outcome.text;
     return outcome;
   }
   outcome.text = notice(post.form.act, source, destination);

@@ -6,11 +6,16 @@
 
 #include <string_view>
 
+#include "said.h"
+
 namespace platen {
 namespace {
 
-constexpr std::string_view kForeign =
-    "The form was not sent from a page of this device. Open its page here and send it from there.";
+std::string foreign() {
+  return said(
+      "The form was not sent from a page of this device. Open its page here and send it from "
+      "there.");
+}
 
 // Scheme and host are the same in capitals and in small letters.
 bool is_same_origin(const std::string& own, std::string_view other) {
@@ -28,13 +33,13 @@ std::string_view origin_of(std::string_view address) {
 
 std::string refuse_origin(const Request& request) {
   if (request.host.empty()) {
-    return "The request does not say which host it is for. Use another browser.";
+    return said("The request does not say which host it is for. Use another browser.");
   }
   const std::string own = (request.secure ? "https://" : "http://") + request.host;
-  if (request.origin.empty() && request.referer.empty()) return std::string(kForeign);
+  if (request.origin.empty() && request.referer.empty()) return foreign();
   const bool is_own = (request.origin.empty() || is_same_origin(own, request.origin)) &&
                       (request.referer.empty() || is_same_origin(own, origin_of(request.referer)));
-  return is_own ? "" : std::string(kForeign);
+  return is_own ? "" : foreign();
 }
 
 }  // namespace platen

@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "said.h"
+
 namespace platen {
 namespace {
 
@@ -139,9 +141,9 @@ bool is_judged(const Run& run) {
   return run.action == "update" && run.service && run.invocation && run.attribute && run.value;
 }
 
-std::string fault_in(size_t run, const char* what) {
-  return "Change " + std::to_string(run + 1) + " of the form " + what +
-         "; open the form's page again and send it from there.";
+std::string fault_in(size_t run, const Sentence& what) {
+  return said("Change {1} of the form {2}; open the form's page again and send it from there.",
+              run + 1, said(what));
 }
 
 // The line ends of `model`, by its first one, in place of those of `text`.
@@ -185,9 +187,9 @@ class Reviewer {
     for (size_t i = begin; i < end; ++i) read_field(posted_[i], &run);
     std::optional<ShownAttribute> was;
     if (run.was && !parse_was(*run.was, &was)) {
-      result_.fault = fault_in(run_, "does not say in its field \"was\" what was shown");
+      result_.fault = fault_in(run_, Sentence("does not say in its field \"was\" what was shown"));
     } else if (was && run.action == "update" && !run.invocation) {
-      result_.fault = fault_in(run_, "does not say which invocation it is for");
+      result_.fault = fault_in(run_, Sentence("does not say which invocation it is for"));
     } else {
       stored_value_.clear();
       pass_on(begin, end, is_judged(run) ? judge(run, was) : Verdict::keep, run.action == "update");

@@ -6,6 +6,7 @@
 #include "next_page.h"
 #include "policy.h"
 #include "query.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -14,10 +15,10 @@ constexpr std::string_view kLoginPage = "/login.html";
 constexpr std::string_view kPasswordPage = "/password.html";
 constexpr std::string_view kNextPage = "NextPage";
 constexpr std::string_view kNotice = "notice";
-constexpr std::string_view kAsk = "Go back, or ask an administrator.";
-constexpr std::string_view kNotKept =
-    "You are not logged in, and what you typed is too long to be kept. Log in and type it again.";
-constexpr std::string_view kEnded = "Your session has ended. Log in again.";
+constexpr Sentence kAsk("Go back, or ask an administrator.");
+constexpr Sentence kNotKept(
+    "You are not logged in, and what you typed is too long to be kept. Log in and type it again.");
+constexpr Sentence kEnded("Your session has ended. Log in again.");
 
 std::string kept_name(const std::string& address) { return "post " + address; }
 
@@ -72,14 +73,14 @@ std::optional<Response> PageViews::refuse_visitor(const Request& request, Visit*
     return redirection(login_address(page_address(request.path, request.query)));
   }
   record(request, "only for administrators", visit);
-  return error_response(403, "This page is for administrators only.", kAsk);
+  return error_response(403, said("This page is for administrators only."), said(kAsk));
 }
 
 Response PageViews::show_again(const std::string& address, const Refused& refused, Visit* visit) {
   Request request;
   std::string fault;
   if (!decode_target(address, &request.path, &request.query, &fault)) {
-    return error_response(refused.status, refused.reason, kAsk);
+    return error_response(refused.status, refused.reason, said(kAsk));
   }
   if (visit->must_change() && request.path != kPasswordPage) {
     visit->leave(kNotice, refused.reason);
@@ -91,7 +92,7 @@ Response PageViews::show_again(const std::string& address, const Refused& refuse
 }
 
 Response PageViews::show_login(const std::string& address, Refused refused, Visit* visit) {
-  if (!keep(address, json_text(refused.posted), visit)) refused.reason = kNotKept;
+  if (!keep(address, json_text(refused.posted), visit)) refused.reason = said(kNotKept);
   Request request;
   request.path = kLoginPage;
   request.query = {{std::string(kNextPage), address}};
@@ -115,7 +116,7 @@ Response PageViews::view(Request request, const Refused* refused, Visit* visit) 
     return value_of(tag, request, refused, visit);
   });
   if (refused == nullptr) return response;
-  if (!told) return error_response(refused->status, refused->reason, kAsk);
+  if (!told) return error_response(refused->status, refused->reason, said(kAsk));
   response.status = refused->status;
   return response;
 }
@@ -128,7 +129,7 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
   switch (tag.kind) {
     case TagKind::reason:
       if (refused != nullptr) return valid_utf8(refused->reason);
-      return request.path == kLoginPage && visit->has_ended() ? Json(kEnded) : Json();
+      return request.path == kLoginPage && visit->has_ended() ? Json(said(kEnded)) : Json();
     case TagKind::token:
       return visit->token(address);
     case TagKind::login:

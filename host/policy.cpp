@@ -240,9 +240,10 @@ constexpr FormRule kForms[] = {
 // own; as only paths in their shortest form come through, there is no other spelling of it.
 constexpr std::string_view kDefaultTemplate = "/tmp/template/pool/system/default.ktp";
 
-std::string quoted(std::string_view name) { return '"' + std::string(name) + '"'; }
-
-std::string named(std::string_view name) { return "The field " + quoted(name) + " "; }
+// `fault` is what the field does wrong, such as "is missing; fill it in".
+std::string field_refusal(std::string_view field, std::string_view fault) {
+  return said("The field \"{1}\" {2}.", field, fault);
+}
 
 std::string_view directory_of(std::string_view path) { return path.substr(0, path.rfind('/')); }
 
@@ -275,15 +276,16 @@ const FieldRule* find_rule(const FormRule& form, std::string_view name) {
 }
 
 std::optional<Refusal> refuse(std::string_view field, const std::string& fault, int status = 422) {
-  return Refusal{status, named(field) + fault + ".", std::string(field)};
+  return Refusal{status, field_refusal(field, fault), std::string(field)};
 }
 
 std::optional<Refusal> refuse_field(const FormRule& form, const FormField& field) {
   const FieldRule* rule = find_rule(form, field.name);
-  if (rule == nullptr) return refuse(field.name, "is not known to this form; leave it out");
+  if (rule == nullptr) return refuse(field.name, said("is not known to this form; leave it out"));
   const bool takes_file = rule->kind == Kind::file;
-  if (field.is_file && !takes_file) return refuse(field.name, "is a file; this form takes none");
-  if (!field.is_file && takes_file) return refuse(field.name, "is no file; choose one");
+  if (field.is_file && !takes_file)
+    return refuse(field.name, said("is a file; this form takes none"));
+  if (!field.is_file && takes_file) return refuse(field.name, said("is no file; choose one"));
   const std::string fault = value_fault(*rule, field.value);
   return fault.empty() ? std::nullopt : refuse(field.name, fault);
 }
@@ -295,12 +297,13 @@ std::optional<Refusal> refuse_repeats(const FormRule& form, const std::vector<Fo
   for (const FormField& field : fields) {
     const bool in_run = find_rule(form.run_fields, field.name) != nullptr;
     if (!(in_run ? seen_in_run : seen).insert(field.name).second) {
-      return refuse(field.name, "is given twice; give it once");
+      return refuse(field.name, said("is given twice; give it once"));
     }
     if (in_run && field.name == "Action") seen_in_run.clear();
   }
   if (seen_in_run.empty()) return std::nullopt;
-  return refuse(*seen_in_run.begin(), "stands in an edit that no field \"Action\" closes; add it");
+  return refuse(*seen_in_run.begin(),
+                said("stands in an edit that no field \"Action\" closes; add it"));
 }
 
 std::optional<Refusal> refuse_choice(const Choice& choice, const std::vector<FormField>& fields) {
@@ -308,35 +311,39 @@ std::optional<Refusal> refuse_choice(const Choice& choice, const std::vector<For
     return std::ranges::count(fields, name, &FormField::name);
   };
   if (count(choice.first) + (choice.second.empty() ? 0 : count(choice.second)) == 0) {
-    return choice.needed ? refuse(choice.first, "is missing; fill it in") : std::nullopt;
+    return choice.needed ? refuse(choice.first, said("is missing; fill it in")) : std::nullopt;
   }
   if (choice.second.empty() || count(choice.first) == 0 || count(choice.second) == 0) {
     return std::nullopt;
   }
-  return refuse(choice.second,
-                "does not go with " + quoted(choice.first) + "; give one of the two");
+  return refuse(choice.second, said("does not go with \"{1}\"; give one of the two", choice.first));
 }
 
 // Who may change or remove a template.
 std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) {
   const std::string field = "ParserFilename";
-  const std::string name = quoted(name_of(path));
+  const std::string_view name = name_of(path);
   if (path == kDefaultTemplate && act != Act::edits) {
-    return Refusal{422, name + " is the default template: it stays where it is.", field};
+    return Refusal{422, said("\"{1}\" is the default template: it stays where it is.", name),
+                   field};
   }
   if (is_in_part(path, "factory")) {
-    return Refusal{422, name + " is as shipped and never changes; copy it and change the copy.",
-                   field};
+    return Refusal{
+        422, said("\"{1}\" is as shipped and never changes; copy it and change the copy.", name),
+        field};
   }
   // Removed or renamed by itself, it would leave the folder's PIN and jobs behind.
   if (is_in_part(path, "mailbox") && act != Act::edits) {
-    return Refusal{422,
-                   name + " belongs to a mailbox folder: it goes, or gets another name, with " +
-                       "its folder on the page of the mailbox settings.",
-                   field};
+    return Refusal{
+        422,
+        said("\"{1}\" belongs to a mailbox folder: it goes, or gets another name, with its "
+             "folder on the page of the mailbox settings.",
+             name),
+        field};
   }
   if ((is_in_part(path, "system") || is_in_part(path, "mailbox")) && role != Role::administrator) {
-    return Refusal{403, name + " is for everybody: only an administrator may change it.", field};
+    return Refusal{
+        403, said("\"{1}\" is for everybody: only an administrator may change it.", name), field};
   }
   return std::nullopt;
 }
@@ -348,7 +355,7 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
   const std::string_view pool = directory_of(source);
   if (form.act == Act::renames && pool != kWebPool && pool != kMailboxPool) {
     return refuse("ParserFilename",
-                  "names no template of the web pool; only those get other names here");
+                  said("names no template of the web pool; only those get other names here"));
   }
   const std::string destination = destination_path(form, fields);
   if (destination == kDefaultTemplate) {
@@ -361,13 +368,14 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
   // A template there is a folder of the mailbox, and folders are the administrator's.
   if (form.act != Act::renames && is_in_part(destination, "mailbox") &&
       role != Role::administrator) {
-    return refuse("CopyParserFilenameMailbox",
-                  "leads to the mailbox, whose folders only an "
-                  "administrator makes or replaces; choose another pool",
-                  403);
+    return refuse(
+        "CopyParserFilenameMailbox",
+        said("leads to the mailbox, whose folders only an administrator makes or replaces; "
+             "choose another pool"),
+        403);
   }
   if (destination == source) {
-    return Refusal{422, "The new name is that of the template itself; choose another.",
+    return Refusal{422, said("The new name is that of the template itself; choose another."),
                    form.act == Act::renames ? "NewName" : "CopyParserFilename"};
   }
   const bool changes_source =
@@ -382,12 +390,12 @@ std::string refuse_page_fields(std::string_view path, const std::vector<Field>& 
   const auto rules = page == nullptr ? std::span<const FieldRule>(kPageFields) : page->fields;
   for (const auto& [name, value] : fields) {
     const FieldRule* rule = find_rule(rules, name);
-    if (rule == nullptr) return named(name) + "is not known to any page; leave it out.";
+    if (rule == nullptr) return field_refusal(name, said("is not known to any page; leave it out"));
     if (std::ranges::count(fields, name, &Field::first) > 1) {
-      return named(name) + "is given twice; give it once.";
+      return field_refusal(name, said("is given twice; give it once"));
     }
     if (const std::string fault = value_fault(*rule, value); !fault.empty()) {
-      return named(name) + fault + ".";
+      return field_refusal(name, fault);
     }
   }
   return "";

@@ -17,6 +17,7 @@
 #include "next_page.h"
 #include "origin.h"
 #include "post.h"
+#include "said.h"
 #include "state_lock.h"
 
 namespace platen {
@@ -24,7 +25,6 @@ namespace {
 
 constexpr FormLimits kLimits = {.bytes = kLongestBody, .fields = 4000, .name_bytes = 255};
 constexpr std::string_view kHostForms = "/do/";
-constexpr std::string_view kAdvice = "Go back to the page of the form.";
 
 using Objection = std::optional<Outcome>;
 
@@ -111,7 +111,7 @@ class PostRun {
   // Parser functions would find query fields as well as posted ones.
   Objection check_query() {
     if (request_.query.empty()) return std::nullopt;
-    return refusal(400, "The address of a form has no query fields.");
+    return refusal(400, said("The address of a form has no query fields."));
   }
 
   Objection check_origin() {
@@ -142,11 +142,11 @@ class PostRun {
       return refusal(403, login_reason());
     }
     if (visit_.role() < post_.form.role) {
-      return refusal(403, "Only an administrator may do this. Log in as one.");
+      return refusal(403, said("Only an administrator may do this. Log in as one."));
     }
     const bool leads_out = post_.form.path == "/do/password" || post_.form.path == "/do/logout";
     if (!visit_.must_change() || leads_out) return std::nullopt;
-    return refusal(403, "Choose a password of your own first.");
+    return refusal(403, said("Choose a password of your own first."));
   }
 
   Objection check_fields() {
@@ -172,10 +172,12 @@ class PostRun {
         field_value(post_.fields, "replace") == "yes") {
       return std::nullopt;
     }
-    return refusal(409,
-                   "There is a template \"" + path.substr(path.rfind('/') + 1) +
-                       "\" already. Choose another name, or say that it is to be replaced.",
-                   "replace");
+    return refusal(
+        409,
+        said("There is a template \"{1}\" already. Choose another name, or say that it is to "
+             "be replaced.",
+             path.substr(path.rfind('/') + 1)),
+        "replace");
   }
 
   bool lacks_login() const {
@@ -183,8 +185,8 @@ class PostRun {
   }
 
   std::string login_reason() const {
-    return std::string(visit_.has_ended() ? "Your session has ended." : "You are not logged in.") +
-           " Log in; what you typed is kept, and shown again then. It is not sent yet.";
+    return (visit_.has_ended() ? said("Your session has ended.") : said("You are not logged in.")) +
+           " " + said("Log in; what you typed is kept, and shown again then. It is not sent yet.");
   }
 
   const Request& request_;
@@ -250,7 +252,8 @@ Response Posts::respond(const PostRun& run, const Outcome& outcome, Visit* visit
     if (outcome.response) return *outcome.response;
     return redirection(outcome.next_page.empty() ? next_page(run.post(), page) : outcome.next_page);
   }
-  if (page.empty()) return error_response(outcome.status, outcome.text, kAdvice);
+  if (page.empty())
+    return error_response(outcome.status, outcome.text, said("Go back to the page of the form."));
   const Refused refused = {outcome.status, outcome.text, run.posted(outcome)};
   if (run.needs_login()) return views_.show_login(page, refused, visit);
   return views_.show_again(page, refused, visit);

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "query.h"
 
+#include "said.h"
+
 namespace platen {
 namespace {
 
@@ -15,7 +17,7 @@ int hex_digit(char c) {
   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-// Returns what is wrong, empty when nothing is.
+// Returns what the text does wrong, such as "holds a NUL byte"; empty when nothing is.
 std::string decode(std::string_view encoded, Plus plus, std::string* decoded) {
   decoded->clear();
   for (size_t i = 0; i < encoded.size(); ++i) {
@@ -24,7 +26,7 @@ std::string decode(std::string_view encoded, Plus plus, std::string* decoded) {
       const int high = i + 2 < encoded.size() ? hex_digit(encoded[i + 1]) : -1;
       const int low = i + 2 < encoded.size() ? hex_digit(encoded[i + 2]) : -1;
       if (high < 0 || low < 0) {
-        return "the broken escape \"" + std::string(encoded.substr(i, 3)) + "\"";
+        return said("holds the broken escape \"{1}\"", encoded.substr(i, 3));
       }
       c = static_cast<char>(high * 16 + low);
       i += 2;
@@ -32,7 +34,7 @@ std::string decode(std::string_view encoded, Plus plus, std::string* decoded) {
       c = ' ';
     }
     if (c == '\0') {
-      return "a NUL byte";
+      return said("holds a NUL byte");
     }
     *decoded += c;
   }
@@ -45,12 +47,12 @@ bool decode_field(std::string_view piece, Field* field, std::string* error) {
   const auto value = equals == std::string_view::npos ? "" : piece.substr(equals + 1);
   std::string fault = decode(name, Plus::blank, &field->first);
   if (!fault.empty()) {
-    *error = "The name of a field, \"" + std::string(name) + "\", holds " + fault + ".";
+    *error = said("The name of a field, \"{1}\", {2}.", name, fault);
     return false;
   }
   fault = decode(value, Plus::blank, &field->second);
   if (!fault.empty()) {
-    *error = "The field \"" + field->first + "\" holds " + fault + ".";
+    *error = said("The field \"{1}\" {2}.", field->first, fault);
     return false;
   }
   return true;
@@ -61,11 +63,11 @@ bool decode_field(std::string_view piece, Field* field, std::string* error) {
 bool decode_path(std::string_view encoded, std::string* path, std::string* error) {
   const std::string fault = decode(encoded, Plus::literal, path);
   if (!fault.empty()) {
-    *error = "The path holds " + fault + ".";
+    *error = said("The path {1}.", fault);
     return false;
   }
   if (!path->starts_with('/')) {
-    *error = "The path does not begin with \"/\".";
+    *error = said("The path does not begin with \"/\".");
     return false;
   }
   return true;

@@ -2,13 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "said.h"
 
+#include "device/phrases.h"
 #include "platform/server.h"
 
 namespace platen {
 namespace {
 
-std::string& spoken_language() {
-  static std::string language;
+std::string& current_language() {
+  static std::string language(kDefaultLanguage);
   return language;
 }
 
@@ -34,7 +35,15 @@ std::string filled(std::string_view text, const std::vector<std::string>& argume
 
 }  // namespace
 
-void speak(const std::string& language) { spoken_language() = language; }
+void speak(const std::string& language) { current_language() = language; }
+
+const std::string& spoken_language() { return current_language(); }
+
+Speaking::Speaking(std::string_view language) : before_(spoken_language()) {
+  speak(std::string(language));
+}
+
+Speaking::~Speaking() { speak(before_); }
 
 std::string said_text(std::string_view english, const std::vector<std::string>& arguments) {
   const std::string phrase = std::string(english) + "?";

@@ -15,6 +15,20 @@ namespace platen {
 // each begins with its visitor's. English until the first call.
 void speak(const std::string& language);
 
+const std::string& spoken_language();
+
+// Speaks another language while it lives: what the log gets is English.
+class Speaking {
+ public:
+  explicit Speaking(std::string_view language);
+  ~Speaking();
+  Speaking(const Speaking&) = delete;
+  Speaking& operator=(const Speaking&) = delete;
+
+ private:
+  std::string before_;
+};
+
 // An English text that is said later, such as one in a table.
 class Sentence {
  public:

@@ -22,10 +22,10 @@ Response fail(const Request& request, const char* cause, Response response) {
   return response;
 }
 
-Response refuse_method(const Request& request, const char* what, const char* allowed,
+Response refuse_method(const Request& request, const std::string& what, const char* allowed,
                        Visit* visit) {
   visit->record(visit->account().name, request.path, "", "refused: method " + request.method);
-  Response refusal = error_response(405, what, "Go back to the start page.");
+  Response refusal = error_response(405, what, said("Go back to the start page."));
   refusal.headers.emplace_back("Allow", allowed);
   return refusal;
 }
@@ -58,8 +58,8 @@ Response Service::serve(const Request& request) {
     return response;
   } catch (const DatabaseError& error) {
     return fail(request, error.what(),
-                error_response(500, "The database of the device cannot be used.",
-                               "Tell the administrator; the log says what is wrong."));
+                error_response(500, said("The database of the device cannot be used."),
+                               said("Tell the administrator; the log says what is wrong.")));
   } catch (const std::exception& error) {
     return fail(request, error.what(), error_response(500));
   }
@@ -68,7 +68,7 @@ Response Service::serve(const Request& request) {
 Response Service::answer(const Request& request, Visit* visit) {
   if (!request.fault.empty()) {
     visit->record(visit->account().name, request.path, "", "refused: " + request.fault);
-    return error_response(400, request.fault, "Check the address.");
+    return error_response(400, request.fault, said("Check the address."));
   }
   const bool is_post = request.method == "POST";
   if (!is_form_path(request.path)) {
@@ -77,14 +77,16 @@ Response Service::answer(const Request& request, Visit* visit) {
       return download == nullptr ? desk().views.show(request, visit)
                                  : answer_download(*download, request, visit);
     }
-    return refuse_method(request, "This page can only be read.", "GET, HEAD", visit);
+    return refuse_method(request, said("This page can only be read."), "GET, HEAD", visit);
   }
   if (!is_post)
-    return refuse_method(request, "This is where a form is sent to, not a page.", "POST", visit);
+    return refuse_method(request, said("This is where a form is sent to, not a page."), "POST",
+                         visit);
   const FormRule* form = find_form(request.path);
   if (form != nullptr) return desk().posts.answer(*form, request, visit);
   visit->record(visit->account().name, request.path, "", "refused: no such form");
-  return error_response(404, "There is no form " + request.path + ".", "Check the address.");
+  return error_response(404, said("There is no form {1}.", request.path),
+                        said("Check the address."));
 }
 
 Response Service::answer_download(const Download& download, const Request& request, Visit* visit) {
@@ -92,7 +94,7 @@ Response Service::answer_download(const Download& download, const Request& reque
   const std::string fault = refuse_page_fields(request.path, request.query);
   if (!fault.empty()) {
     visit->record(visit->account().name, request.path, "", "refused: " + fault);
-    return error_response(400, fault, "Change the address, or go back to the start page.");
+    return error_response(400, fault, said("Change the address, or go back to the start page."));
   }
   return download.make({request, module_, desk().visitors, *visit});
 }

@@ -8,6 +8,7 @@
 
 #include "ascii.h"
 #include "cookies.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -138,13 +139,13 @@ std::string explain(TokenCheck::Verdict verdict) {
     case TokenCheck::Verdict::right:
       return "";
     case TokenCheck::Verdict::missing:
-      return "The form came without its token; open its page again and send it from there.";
+      return said("The form came without its token; open its page again and send it from there.");
     case TokenCheck::Verdict::malformed:
-      return "The form's token is damaged; open its page again and send it from there.";
+      return said("The form's token is damaged; open its page again and send it from there.");
     case TokenCheck::Verdict::foreign:
-      return "The form was made for another session, perhaps before a login or logout; open its "
-             "page "
-             "again and send it from there.";
+      return said(
+          "The form was made for another session, perhaps before a login or logout; open its page "
+          "again and send it from there.");
   }
   return "";
 }

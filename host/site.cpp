@@ -13,6 +13,7 @@
 #include "php_runtime.h"
 #include "platform/log.h"
 #include "policy.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -21,8 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSource = "site.cpp";
 constexpr std::string_view kStaticFiles = "static/";
-constexpr std::string_view kTellAdministrator =
-    "Tell the administrator; the log says what is wrong.";
+constexpr Sentence kTellAdministrator("Tell the administrator; the log says what is wrong.");
 
 void log_line(int level, const std::string& text, int line = __builtin_LINE()) {
   Log_Entry(level, kSource, line, "%s", text.c_str());
@@ -89,12 +89,15 @@ Response Site::serve(const Request& request, const HostValues& values) {
 Response Site::answer(const Request& request, const HostValues& values) {
   const std::string name = find_page(request.path);
   if (name.empty()) {
-    return error_response(404, "There is no page " + request.path + ".", "Check the address.");
+    return error_response(404, said("There is no page {1}.", request.path),
+                          said("Check the address."));
   }
   if (const std::string refusal = refuse_page_fields(request.path, request.query);
       !refusal.empty()) {
-    log_line(LOG_LEVEL_WARNING, "refused " + request.path + ": " + refusal);
-    return error_response(400, refusal, "Change the address, or go back to the start page.");
+    const Speaking to_the_log(kDefaultLanguage);
+    log_line(LOG_LEVEL_WARNING,
+             "refused " + request.path + ": " + refuse_page_fields(request.path, request.query));
+    return error_response(400, refusal, said("Change the address, or go back to the start page."));
   }
   return answer_page(name, request, values);
 }
@@ -111,13 +114,15 @@ Response Site::answer_page(const std::string& name, const Request& request,
   const std::shared_ptr<const Page> source = page(name);
   for (const Fault& fault : source->faults) log_line(LOG_LEVEL_ERROR, fault_text(fault));
   if (!source->faults.empty()) {
-    return error_response(500, "The page " + request.path + " has a fault.", kTellAdministrator);
+    return error_response(500, said("The page {1} has a fault.", request.path),
+                          said(kTellAdministrator));
   }
   Expansion expansion =
       expand_page(*source, *module_, request.query, best_language(request.language), values);
   if (!expansion.fault.empty()) {
     log_line(LOG_LEVEL_ERROR, expansion.fault);
-    return error_response(500, "The page " + request.path + " failed.", kTellAdministrator);
+    return error_response(500, said("The page {1} failed.", request.path),
+                          said(kTellAdministrator));
   }
   Response response;
   response.status = expansion.reason.empty() ? 200 : 404;
@@ -130,7 +135,8 @@ Response Site::run_page(const std::string& name, const Request& request, Respons
   PhpResult result = run_php(name, response.body, page_address("", request.query).erase(0, 1));
   if (!result.fault.empty()) {
     log_line(LOG_LEVEL_ERROR, result.fault);
-    return error_response(500, "The page " + request.path + " failed.", kTellAdministrator);
+    return error_response(500, said("The page {1} failed.", request.path),
+                          said(kTellAdministrator));
   }
   response.body = std::move(result.output);
   return response;

@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "platform/log.h"
+#include "said.h"
 
 namespace platen {
 namespace {
@@ -32,8 +33,8 @@ StateLock::StateLock(const std::string& database_file)
   Log_Entry(LOG_LEVEL_ERROR, "state_lock.cpp", __LINE__,
             "the directory of %s cannot be locked: %s; let platend read it", database_file.c_str(),
             std::strerror(errno));
-  error_ =
-      "The device's state cannot be locked. Tell the administrator; the log says what is wrong.";
+  error_ = said(
+      "The device's state cannot be locked. Tell the administrator; the log says what is wrong.");
 }
 
 StateLock::~StateLock() {

@@ -16,6 +16,8 @@
 #include "fastcgi_response.h"
 #include "last_answer.h"
 #include "query.h"
+#include "said.h"
+#include "visit.h"
 
 namespace platen {
 namespace {
@@ -94,6 +96,7 @@ Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
   for (const Header& header : kHeaders) {
     request.*header.field = parameter(fastcgi, header.parameter);
   }
+  speak(language_of(request));
   request.secure = parameter(fastcgi, "HTTPS") == "on";
   request.content_length = announced_length(fastcgi);
   request.body = std::move(body);

@@ -137,7 +137,7 @@ TEST(MultipartForm, TakesWhatBrowsersAndToolsWrite) {
 
 TEST(MultipartForm, RefusesWhatIsBroken) {
   const std::string unnamed =
-      "part 1 of the form does not say which field it is (Content-Disposition: form-data; "
+      "Part 1 of the form does not say which field it is (Content-Disposition: form-data; "
       "name=...).";
   const std::string breaks_off = "The form breaks off in part 1 of the form.";
   const std::string nul(1, '\0');
@@ -157,9 +157,9 @@ TEST(MultipartForm, RefusesWhatIsBroken) {
        breaks_off},
       {"second part without end", good + "--XX\r\nContent-Disposition: form-data; name=b\r\n\r\n1",
        "The form breaks off in part 2 of the form."},
-      {"no header", "--XX\r\n\r\n1\r\n--XX--", "part 1 of the form has no end of its header."},
+      {"no header", "--XX\r\n\r\n1\r\n--XX--", "Part 1 of the form has no end of its header."},
       {"header without end", "--XX\r\nContent-Disposition: form-data; name=a\r\n--XX--",
-       "part 1 of the form has no end of its header."},
+       "Part 1 of the form has no end of its header."},
       {"no disposition", "--XX\r\nContent-Type: text/plain\r\n\r\n1\r\n--XX--", unnamed},
       {"disposition without colon", "--XX\r\nContent-Disposition\r\n\r\n1\r\n--XX--", unnamed},
       {"another disposition", part("attachment; name=\"a\"", "1") + "--XX--", unnamed},

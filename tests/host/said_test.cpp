@@ -44,6 +44,16 @@ TEST_F(SaidTest, SpeaksEnglishWhereTheLanguageHasNoText) {
   }
 }
 
+TEST_F(SaidTest, SpeaksAnotherLanguageForAWhile) {
+  speak("de-de");
+  {
+    const Speaking to_the_log(kDefaultLanguage);
+    EXPECT_EQ(said("Is it so?"), "Is it so?");
+  }
+  EXPECT_EQ(said("Is it so?"), "Ist es so?");
+  EXPECT_EQ(spoken_language(), "de-de");
+}
+
 TEST_F(SaidTest, SearchesWhatWasPutInForNoMarks) {
   EXPECT_EQ(said("{1}{2} and {1}", "{2}", "{1}"), "{2}{1} and {2}");
 }
