@@ -93,6 +93,44 @@ test('an edit is saved, and the next page says so once', async (t) => {
   );
 });
 
+const addition = (entry, attribute, value) => [
+  ['ServiceName', 'qvn_svc_file'],
+  ['NewInvocation', entry],
+  ['AttributeName', attribute],
+  ['AttributeValue', value],
+  ['Action', 'update'],
+];
+
+test('new entries take all their fields, also those of posts at the same time', async (t) => {
+  const { platend, admin } = await startWithAdmin(t);
+  const numbers = Array.from({ length: 8 }, (_, number) => String(number));
+  const posts = numbers.map((n) => {
+    const runs = [addition('x', 'One', n), addition('y', 'One', `y${n}`)];
+    runs.push(addition('x', 'Two', n), addition('y', 'Two', `y${n}`));
+    return admin.post(editPage, set, edits(...runs));
+  });
+  for (const answer of await Promise.all(posts)) assertDone(answer, editPage);
+  const text = stored(platend, 'web/A.KTP');
+  const entries = text.matchAll(/\[invocation qvn_svc_file_\d+\]\n +One .* = (.*)\n +Two .* = (.*)\n/g);
+  assert.deepEqual(
+    [...entries].map(([, one, two]) => [one, two]).sort(),
+    [...numbers, ...numbers.map((n) => `y${n}`)].sort().map((n) => [n, n]),
+  );
+});
+
+test('a new entry beside one that the form does not tell from it is refused', async (t) => {
+  const { platend, admin } = await startWithAdmin(t);
+  const before = stored(platend, 'web/A.KTP');
+  const runs = [addition('x', 'One', '1'), addition('', 'One', '1')];
+  assertRefused(
+    await admin.post(editPage, set, edits(...runs)),
+    422,
+    'Change 2 of the form makes an entry of its own beside those that "NewInvocation" names; open ' +
+      "the form's page again and send it from there.",
+  );
+  assert.equal(stored(platend, 'web/A.KTP'), before);
+});
+
 test('a form may say where it leads, but only on this device', async (t) => {
   const { admin } = await startWithAdmin(t);
   const rows = [

@@ -285,6 +285,39 @@ for (const [choice, server] of [
   });
 }
 
+test('a session that has ended keeps what was typed, new entries too', async (t) => {
+  const device = await startDevice(t);
+  const before = device.read(invoices);
+  const page = await device.administrator();
+  await page.goto(device.templateUrl('metadata', invoices));
+  await field(page, 'Prompt 2').fill('Who sends it?');
+  await add(page);
+  await field(page, 'Prompt 5').fill('Why?');
+  await field(page, 'Field name 5').fill('WHY');
+  const other = await page.context().newPage();
+  await other.goto(device.url('index.html'));
+  await follow(other, other.getByRole('button', { name: 'Log out' }));
+
+  assert.equal(await save(page), 403);
+  await logIn(page, 'admin', password);
+  assert.equal(device.read(invoices), before);
+  assert.deepEqual(await shown(page, '#preview .prompt'), [
+    'Invoice number required',
+    'Who sends it?',
+    'Release code required',
+    'Cost centre, or project & task required',
+    'Why?',
+  ]);
+  await saveDone(page);
+  assert.deepEqual(linesOf(device.read(invoices), 'qvn_dscrpt_metadata_1'), [
+    'MetaDataRequiredEntry (boolean) = FALSE',
+    'MetaDataMaskingRequired (enum_metadatamaskingrequired) = NO_MASK',
+    'MetaDataValidationRequired (boolean) = FALSE',
+    'MetaDataPrompt (string) = Why?',
+    'MetaDataFieldName (string) = WHY',
+  ]);
+});
+
 test('a template that may not be changed is shown, and its copy is offered', async (t) => {
   const device = await startDevice(t);
   const page = await device.administrator();
