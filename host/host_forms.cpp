@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "bring_back.h"
 #include "device/phrases.h"
 #include "module_forms.h"
 #include "next_page.h"
@@ -148,14 +149,23 @@ Outcome choose_language(const Post& post, const HostFormContext& context) {
   return success("");
 }
 
+Outcome bring_version_back(const Post& post, const HostFormContext& context) {
+  return bring_back(post, context.module, context.history);
+}
+
 struct HostForm {
   std::string_view path;
   Outcome (*run)(const Post& post, const HostFormContext& context);
 };
 
 constexpr HostForm kHostForms[] = {
-    {"/do/login", log_in},           {"/do/logout", log_out}, {"/do/password", change_password},
-    {"/do/account", change_account}, {"/do/rename", rename},  {"/do/language", choose_language},
+    {"/do/login", log_in},
+    {"/do/logout", log_out},
+    {"/do/password", change_password},
+    {"/do/account", change_account},
+    {"/do/rename", rename},
+    {"/do/language", choose_language},
+    {"/do/bring-back", bring_version_back},
 };
 
 }  // namespace

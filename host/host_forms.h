@@ -1,4 +1,4 @@
-// The forms that the host carries out itself: login, logout, passwords, accounts, language.
+// The forms that the host carries out itself: login, logout, passwords, accounts, language, history.
 // SPDX-License-Identifier: MIT
 #ifndef HOST_HOST_FORMS_H_
 #define HOST_HOST_FORMS_H_
@@ -6,6 +6,7 @@
 #include "mailbox.h"
 #include "parser_module.h"
 #include "post.h"
+#include "template_history.h"
 #include "visit.h"
 
 namespace platen {
@@ -16,6 +17,7 @@ struct HostFormContext {
   Accounts& accounts;
   Mailbox& mailbox;
   Visit& visit;
+  const TemplateHistory& history;
 };
 
 // Carries out a form below /do/. Requires: one that policy knows and lets through.

@@ -38,6 +38,8 @@ constexpr TagRule kTags[] = {
     {"mailbox", "", "", TagKind::mailbox, kData, Format::json, true},
     {"session", "", "", TagKind::session, kPhpCode, Format::php, true},
     {"difference", "", "", TagKind::difference, kData, Format::json, true},
+    {"versions", "", "", TagKind::versions, kData, Format::json, true},
+    {"deleted", "", "", TagKind::deleted, kData, Format::json, true},
 };
 
 struct FormatName {

@@ -1,6 +1,7 @@
 // platend: serves the pages of the device.
 // SPDX-License-Identifier: MIT
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include "device/database.h"
 #include "device/log.h"
 #include "device_directories.h"
+#include "field_rules.h"
 #include "first_settings.h"
 #include "front.h"
 #include "listener.h"
@@ -51,7 +53,36 @@ bool tell_faults(const std::vector<std::string>& faults, FILE* stream) {
   return faults.empty();
 }
 
+std::string absolute(const std::string& path) { return fs::absolute(path).lexically_normal(); }
+
 std::string database_file(const Options& options) { return options.state + "/configuration.db"; }
+
+// Makes the directory of the history, for this user alone: what a template held may be meant for
+// fewer eyes than what it holds now. In a pool its files could be templates themselves. Returns what
+// is wrong with it, empty when nothing is.
+std::string make_history(const Options& options, const std::string& path) {
+  const auto is_in_data = [&](const char* part) {
+    return !options.data.empty() && (path + '/').starts_with(absolute(options.data) + part);
+  };
+  if (!pool_of(path).empty() || is_in_data("/pool/") || is_in_data("/tarn/")) {
+    return "lies in a pool of templates";
+  }
+  std::error_code fault;
+  fs::create_directories(fs::path(path).parent_path(), fault);
+  if (!fault && mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+    fault.assign(errno, std::generic_category());
+  }
+  if (fault) return "cannot be made: " + fault.message();
+  return fs::is_directory(path) ? "" : "is no directory";
+}
+
+bool has_history(const Options& options, std::string* error) {
+  const std::string path = absolute(options.history);
+  const std::string fault = make_history(options, path);
+  if (fault.empty()) return true;
+  *error = "the directory " + path + " of the history " + fault + "; choose another with --history";
+  return false;
+}
 
 bool open_device(const Options& options, std::string* error) {
   std::error_code fault;
@@ -62,7 +93,8 @@ bool open_device(const Options& options, std::string* error) {
     return false;
   }
   const bool is_new = !fs::exists(database_file(options));
-  return load_served_files(options, error) && open_configuration(database_file(options), error) &&
+  return has_history(options, error) && load_served_files(options, error) &&
+         open_configuration(database_file(options), error) &&
          (!is_new || store_first_settings(options.settings + "/settings.txt", error));
 }
 
@@ -82,8 +114,6 @@ std::string greeting(const Options& options, const std::string& address) {
   }
 }
 
-std::string absolute(const std::string& path) { return fs::absolute(path).lexically_normal(); }
-
 // A path by which programs in the sandbox reach a file outside, also one that comes in its place
 // later: over its directory, which stays open. Numbers below 10 are left to inherited listeners.
 std::string path_from_sandbox(const std::string& file) {
@@ -97,6 +127,10 @@ std::string path_from_sandbox(const std::string& file) {
 // The same program again, with absolute paths where it had others. It reads the configuration file
 // itself, so that it can do so again.
 int serve_in_sandbox(const Options& options, const ParserModule& module, int listener) {
+  std::string error;
+  if (!has_history(options, &error)) {
+    return refuse(error);
+  }
   SandboxedProgram program;
   program.program = fs::read_symlink("/proc/self/exe");
   program.arguments = options.arguments;
@@ -109,7 +143,8 @@ int serve_in_sandbox(const Options& options, const ParserModule& module, int lis
   program.readable.push_back(pass("--module", absolute(options.module)));
   program.readable.push_back(pass("--pages", absolute(options.pages)));
   program.readable.push_back(pass("--settings", absolute(options.settings)));
-  program.writable = pass("--state", absolute(options.state));
+  program.writable = {pass("--state", absolute(options.state)),
+                      pass("--history", absolute(options.history))};
   fs::create_directories(options.state);
   if (!options.log_file.empty()) pass("--log-file", path_from_sandbox(options.log_file));
   if (!options.config.empty()) pass("--config", path_from_sandbox(options.config));
@@ -161,7 +196,7 @@ int serve_here(Options options, const ParserModule& module, int listener) {
     return refuse("the PHP engine does not start; its reason stands above");
   }
   module.init();
-  Service service(options.pages, module, database_file(options));
+  Service service(options.pages, module, database_file(options), options.history);
   return options.fastcgi.empty() ? serve_http(&options, &service, listener)
                                  : serve_behind(&options, &service, listener);
 }

@@ -107,6 +107,7 @@ std::string notice(Act act, const std::string& source, const std::string& destin
       return said("\"{1}\" is now called \"{2}\".", file_name(source), file_name(destination));
     case Act::restores:
       return said("\"{1}\" is restored from the factory pool.", file_name(destination));
+    case Act::brings_back:
     case Act::none:
       break;
   }

@@ -68,6 +68,9 @@ const OptionRow kOptions[] = {
      "--data: DIR/etc)"},
     {"--state", "DIR", Use::setting, Path{&Options::state},
      "directory of the configuration database (/var/lib/platen; with --data:\nDIR/state)"},
+    {"--history", "DIR", Use::setting, Path{&Options::history},
+     "directory of what templates held before they were changed, outside of all\npools (history in "
+     "that of --state; with --data: DIR/history)"},
     {"--workers", "N", Use::live_setting, Number{&Options::workers, 1, kMostWorkers},
      "processes that answer requests (2)"},
     {"--worker-requests", "N", Use::live_setting, Number{&Options::worker_requests, 1, 1000000000},
@@ -197,6 +200,7 @@ std::string fill_defaults(Options* options) {
   fill(&options->module, installed_place(PLATEN_MODULE_PLACE));
   fill(&options->settings, settings_directory(*options));
   fill(&options->state, options->data.empty() ? "/var/lib/platen" : options->data + "/state");
+  fill(&options->history, (options->data.empty() ? options->state : options->data) + "/history");
   return "";
 }
 

@@ -27,6 +27,7 @@ struct Options {
   std::string module;
   std::string settings;  // directory of paths.txt, and of phrases on top of those of the pages
   std::string state;     // directory of the configuration database
+  std::string history;   // directory of what templates held before
   int workers = 2;
   int worker_requests = 10000;
   int request_time = 30;  // seconds

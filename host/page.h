@@ -31,6 +31,8 @@ enum class TagKind {
   mailbox,
   session,
   difference,
+  versions,
+  deleted,
 };
 
 struct PageText {

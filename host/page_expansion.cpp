@@ -97,6 +97,8 @@ class PageRun {
       case TagKind::mailbox:
       case TagKind::session:
       case TagKind::difference:
+      case TagKind::versions:
+      case TagKind::deleted:
         return print(host_value(tag), tag.format);
       case TagKind::include:
         return;  // resolved when the page was read

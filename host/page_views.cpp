@@ -151,6 +151,11 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
       return mailbox_.session(*visit);
     case TagKind::difference:
       return visit->role() == Role::anonymous ? Json() : history_.difference(request.query);
+    case TagKind::versions:
+      return visit->role() == Role::anonymous ? Json() : history_.list(request.query);
+    case TagKind::deleted:
+      return visit->role() == Role::anonymous ? Json()
+                                              : history_.deleted(request.query, visit->role());
     default:
       return nullptr;
   }

@@ -42,6 +42,9 @@ constexpr const char* kStoreFunctions[] = {
     "jt_failures",
     "jt_release_values",
     "jt_walk",
+    "jt_history",
+    "jt_versions",
+    "jt_free_versions",
 };
 
 std::string missing_symbol(const std::string& file, const char* symbol) {
@@ -86,6 +89,10 @@ bool ParserModule::resolve_functions(const std::string& path, std::string* fault
   }
   return resolve(handle_, path, "HTTP_Parser_Init", &init, fault) &&
          resolve(handle_, path, "HTTP_Close_Parser_fn", &close_template, fault) &&
+         resolve(handle_, path, "jt_history", &set_history, fault) &&
+         resolve(handle_, path, "jt_versions", &versions, fault) &&
+         resolve(handle_, path, "jt_free_versions", &free_versions, fault) &&
+         resolve(handle_, path, "CopyCKwtTemplate", &copy_template, fault) &&
          resolve(handle_, path, "CKwtTemplate", &construct_template, fault) &&
          resolve(handle_, path, "Open", &open_template, fault) &&
          resolve(handle_, path, "DestructorCKwtTemplate", &destruct_template, fault) &&

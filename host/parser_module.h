@@ -37,6 +37,10 @@ class ParserModule {
   const std::string& store_file() const { return store_file_; }
 
   // The store's functions that the host itself calls.
+  decltype(&jt_history) set_history = nullptr;
+  decltype(&jt_versions) versions = nullptr;
+  decltype(&jt_free_versions) free_versions = nullptr;
+  decltype(&CopyCKwtTemplate) copy_template = nullptr;
   decltype(&CKwtTemplate) construct_template = nullptr;
   decltype(&Open) open_template = nullptr;
   decltype(&DestructorCKwtTemplate) destruct_template = nullptr;

@@ -66,6 +66,7 @@ constexpr PageRule kPages[] = {
     {"/destinations.html", Role::user},
     {"/copy.html", Role::user},
     {"/rename.html", Role::user},
+    {"/history.html", Role::user},
     {"/delete.html", Role::user},
     {"/password.html", Role::user},
     {"/accounts.html", Role::administrator},
@@ -110,6 +111,11 @@ constexpr FieldRule kRestoreFields[] = {
     {"CopyParserFilename", Kind::file_name, 228},
     {"CopyParserFilenameMailbox", Kind::file_name, 227},
     {"replace", Kind::word, 3, "yes"},
+};
+constexpr FieldRule kBringBackFields[] = {
+    {"ParserFilename", Kind::template_path, kPathLimit},
+    {"version", Kind::entry, kNameLimit},
+    {"seen", Kind::text, kNameLimit},
 };
 constexpr FieldRule kLoginFields[] = {
     {"name", Kind::text, kNameLimit},
@@ -178,6 +184,7 @@ constexpr Choice kDeleteChoices[] = {{"ParserFilename"}};
 constexpr Choice kRenameChoices[] = {{"ParserFilename"}, {"NewName"}};
 constexpr Choice kRestoreChoices[] = {{"ParserFilename"},
                                       {"CopyParserFilename", "CopyParserFilenameMailbox"}};
+constexpr Choice kBringBackChoices[] = {{"ParserFilename"}, {"version"}, {"seen"}};
 constexpr Choice kLoginChoices[] = {{"name"}, {"password"}};
 constexpr Choice kPasswordChoices[] = {{"old"}, {"new"}, {"repeat"}};
 constexpr Choice kAccountChoices[] = {{"what"}, {"name"}};
@@ -202,6 +209,7 @@ constexpr FormRule kForms[] = {
      {},
      kRestoreChoices},
     {"/do/rename", Role::user, Act::renames, kRenameFields, {}, kRenameChoices},
+    {"/do/bring-back", Role::user, Act::brings_back, kBringBackFields, {}, kBringBackChoices},
     {"/do/login", Role::anonymous, Act::none, kLoginFields, {}, kLoginChoices},
     {"/do/logout", Role::anonymous, Act::none, {}, {}, {}},
     {"/do/password", Role::user, Act::none, kPasswordFields, {}, kPasswordChoices},
@@ -323,7 +331,8 @@ std::optional<Refusal> refuse_choice(const Choice& choice, const std::vector<For
 std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) {
   const std::string field = "ParserFilename";
   const std::string_view name = name_of(path);
-  if (path == kDefaultTemplate && act != Act::edits) {
+  const bool keeps_file = act == Act::edits || act == Act::brings_back;
+  if (path == kDefaultTemplate && !keeps_file) {
     return Refusal{422, said("\"{1}\" is the default template: it stays where it is.", name),
                    field};
   }
@@ -333,7 +342,7 @@ std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) 
         field};
   }
   // Removed or renamed by itself, it would leave the folder's PIN and jobs behind.
-  if (is_in_part(path, "mailbox") && act != Act::edits) {
+  if (is_in_part(path, "mailbox") && !keeps_file) {
     return Refusal{
         422,
         said("\"{1}\" belongs to a mailbox folder: it goes, or gets another name, with its "
@@ -341,7 +350,7 @@ std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) 
              name),
         field};
   }
-  if ((is_in_part(path, "system") || is_in_part(path, "mailbox")) && role != Role::administrator) {
+  if (role < writer_role(path)) {
     return Refusal{
         403, said("\"{1}\" is for everybody: only an administrator may change it.", name), field};
   }
@@ -404,6 +413,11 @@ std::string refuse_page_fields(std::string_view path, const std::vector<Field>& 
 Role page_role(std::string_view path) {
   const PageRule* page = find_page(path);
   return page == nullptr ? Role::anonymous : page->role;
+}
+
+Role writer_role(std::string_view directory) {
+  return is_in_part(directory, "system") || is_in_part(directory, "mailbox") ? Role::administrator
+                                                                             : Role::user;
 }
 
 const FormRule* find_form(std::string_view path) {

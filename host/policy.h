@@ -40,8 +40,11 @@ std::string refuse_page_fields(std::string_view path, const std::vector<Field>& 
 // behind them is decided by their fields and forms.
 Role page_role(std::string_view path);
 
+// The least role that may change the templates of a directory, given with a slash at its end.
+Role writer_role(std::string_view directory);
+
 // What a form does to the template that it names; this decides who may send it for which pool.
-enum class Act { none, edits, copies, deletes, renames, restores };
+enum class Act { none, edits, copies, deletes, renames, restores, brings_back };
 
 // Fields of which a form needs one and no more; `needed` false: one or none.
 struct Choice {

@@ -34,11 +34,12 @@ using Objection = std::optional<Outcome>;
 class PostRun {
  public:
   PostRun(const FormRule& form, const Request& request, const ParserModule& module,
-          Visitors& visitors, Mailbox& mailbox, Visit* visit)
+          Visitors& visitors, Mailbox& mailbox, const TemplateHistory& history, Visit* visit)
       : request_(request),
         module_(module),
         visitors_(visitors),
         mailbox_(mailbox),
+        history_(history),
         visit_(*visit),
         post_{form, {}, ""} {}
 
@@ -86,13 +87,16 @@ class PostRun {
       return *outcome;
     }
     if (post_.form.path.starts_with(kHostForms)) {
-      return run_host_form(post_, {module_, visitors_.accounts, mailbox_, visit_});
+      return run_host_form(post_, {module_, visitors_.accounts, mailbox_, visit_, history_});
     }
     return run_module_form(module_, post_, visit_);
   }
 
   // Whether the form puts a template from elsewhere into the mailbox.
   bool leads_to_mailbox() const {
+    if (post_.form.act == Act::brings_back) {
+      return source_path(post_.form, post_.fields).starts_with(kMailboxPool);
+    }
     return post_.form.act == Act::restores &&
            destination_path(post_.form, post_.fields).starts_with(kMailboxPool);
   }
@@ -159,7 +163,8 @@ class PostRun {
   // time is.
   Objection lock() {
     const bool gives_name = !destination_path(post_.form, post_.fields).empty();
-    if (!gives_name && post_.form.act != Act::edits) return std::nullopt;
+    const bool is_judged = post_.form.act == Act::edits || post_.form.act == Act::brings_back;
+    if (!gives_name && !is_judged) return std::nullopt;
     lock_.emplace(visitors_.database.file());
     return lock_->error().empty() ? std::nullopt : Objection(refusal(500, lock_->error()));
   }
@@ -193,6 +198,7 @@ class PostRun {
   const ParserModule& module_;
   Visitors& visitors_;
   Mailbox& mailbox_;
+  const TemplateHistory& history_;
   Visit& visit_;
   Post post_;
   bool needs_login_ = false;
@@ -235,7 +241,7 @@ std::string result_of(const Outcome& outcome) {
 
 Response Posts::answer(const FormRule& form, const Request& request, Visit* visit) {
   const std::string sender = visit->account().name;
-  PostRun run(form, request, module_, visitors_, mailbox_, visit);
+  PostRun run(form, request, module_, visitors_, mailbox_, history_, visit);
   const Outcome outcome = run.run();
   visit->record(sender.empty() ? visit->account().name : sender, action_of(form),
                 object_of(run.post()), result_of(outcome));

@@ -17,9 +17,10 @@ struct Outcome;
 
 class Posts {
  public:
-  // Requires all four to outlive the object.
-  Posts(const ParserModule& module, Visitors& visitors, Mailbox& mailbox, PageViews& views)
-      : module_(module), visitors_(visitors), mailbox_(mailbox), views_(views) {}
+  // Requires all five to outlive the object.
+  Posts(const ParserModule& module, Visitors& visitors, Mailbox& mailbox,
+        const TemplateHistory& history, PageViews& views)
+      : module_(module), visitors_(visitors), mailbox_(mailbox), history_(history), views_(views) {}
 
   // Answers a post of the form. Whatever its end, it leaves one entry in the audit trail: a form
   // that was carried out sends the browser on, one that was not shows its page again with the
@@ -32,6 +33,7 @@ class Posts {
   const ParserModule& module_;
   Visitors& visitors_;
   Mailbox& mailbox_;
+  const TemplateHistory& history_;
   PageViews& views_;
 };
 

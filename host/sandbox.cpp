@@ -149,8 +149,10 @@ std::vector<std::string> sandbox_arguments(const std::string& data,
   for (const std::string& path : program.readable) {
     arguments.insert(arguments.end(), {"--ro-bind-try", path, path});
   }
-  arguments.insert(arguments.end(),
-                   {"--bind", program.writable, program.writable, "--bind", data, data});
+  for (const std::string& path : program.writable) {
+    arguments.insert(arguments.end(), {"--bind", path, path});
+  }
+  arguments.insert(arguments.end(), {"--bind", data, data});
   for (const DeviceDirectory& row : kDeviceDirectories) {
     arguments.insert(arguments.end(), {"--bind", data + "/" + row.part, row.path});
   }

@@ -13,7 +13,7 @@ struct SandboxedProgram {
   std::string program;                 // absolute path
   std::vector<std::string> arguments;  // after the program's name
   std::vector<std::string> readable;   // absolute paths that it must see; missing ones are left out
-  std::string writable;                // absolute path of a directory that it may write
+  std::vector<std::string> writable;   // absolute paths of directories that it may write
   int listener = -1;                   // becomes its inherited listener
 };
 

@@ -16,6 +16,7 @@ namespace platen {
 namespace {
 
 constexpr const char* kSource = "service.cpp";
+constexpr int kKeptVersions = 20;  // of each template
 
 Response fail(const Request& request, const char* cause, Response response) {
   Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "%s: %s", request.path.c_str(), cause);
@@ -36,22 +37,29 @@ bool is_form_path(std::string_view path) {
 
 }  // namespace
 
-Service::Desk::Desk(const std::string& database_file, const ParserModule& module, Site& site)
+Service::Desk::Desk(const std::string& database_file, const std::string& history_directory,
+                    const ParserModule& module, Site& site)
     : visitors(database_file),
       mailbox(module, visitors),
-      history(module),
+      history(module, history_directory),
       views(site, visitors, mailbox, history),
-      posts(module, visitors, mailbox, views) {}
+      posts(module, visitors, mailbox, history, views) {}
 
-Service::Service(const std::string& pages, const ParserModule& module, std::string database_file)
-    : module_(module), site_(pages, &module), database_file_(std::move(database_file)) {}
+Service::Service(const std::string& pages, const ParserModule& module, std::string database_file,
+                 std::string history)
+    : module_(module),
+      site_(pages, &module),
+      database_file_(std::move(database_file)),
+      history_(std::move(history)) {}
 
 void Service::choose_pages(const std::string& pages) { site_ = Site(pages, &module_); }
 
 Response Service::serve(const Request& request) {
   try {
     speak(language_of(request));
+    keep_history("");  // an upkeep that is resumed is nobody's
     Visit visit(desk().visitors, request);
+    keep_history(visit.account().name);
     set_configuration_author(visit.account().name);
     Response response = answer(request, &visit);
     visit.add_cookies(&response);
@@ -99,9 +107,14 @@ Response Service::answer_download(const Download& download, const Request& reque
   return download.make({request, module_, desk().visitors, *visit});
 }
 
+// From now on the store keeps what a template held, with the name of whoever changes it.
+void Service::keep_history(const std::string& who) const {
+  module_.set_history(history_.c_str(), kKeptVersions, who.c_str());
+}
+
 Service::Desk& Service::desk() {
   if (!desk_) {
-    desk_.emplace(database_file_, module_, site_);
+    desk_.emplace(database_file_, history_, module_, site_);
     resume_upkeep(module_, database_file_);
   }
   return *desk_;

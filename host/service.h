@@ -19,8 +19,10 @@ namespace platen {
 class Service {
  public:
   // Visitors are kept in the database `database_file`, which is opened at the first request: the
-  // process that answers must not be forked afterwards. Requires `module` to outlive the object.
-  Service(const std::string& pages, const ParserModule& module, std::string database_file);
+  // process that answers must not be forked afterwards. What templates held before they are changed
+  // is kept in the directory `history`. Requires `module` to outlive the object.
+  Service(const std::string& pages, const ParserModule& module, std::string database_file,
+          std::string history);
 
   // Serves the pages of another directory from the next request on.
   void choose_pages(const std::string& pages);
@@ -31,7 +33,8 @@ class Service {
  private:
   // Made together, as each needs the ones before it.
   struct Desk {
-    Desk(const std::string& database_file, const ParserModule& module, Site& site);
+    Desk(const std::string& database_file, const std::string& history_directory,
+         const ParserModule& module, Site& site);
 
     Visitors visitors;
     Mailbox mailbox;
@@ -43,10 +46,12 @@ class Service {
   Response answer(const Request& request, Visit* visit);
   Response answer_download(const Download& download, const Request& request, Visit* visit);
   Desk& desk();
+  void keep_history(const std::string& who) const;
 
   const ParserModule& module_;
   Site site_;
   std::string database_file_;
+  std::string history_;
   std::optional<Desk> desk_;
 };
 

@@ -1,18 +1,29 @@
-// Finds the files that a page's query is about.
+// Finds what the store keeps of the templates that a page is about.
 // SPDX-License-Identifier: MIT
 #include "template_history.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <string>
+#include <filesystem>
+#include <memory>
 #include <string_view>
+#include <utility>
 
+#include "moment.h"
 #include "policy.h"
+#include "said.h"
 #include "template_difference.h"
 
 namespace platen {
 namespace {
+
+namespace fs = std::filesystem;
+
+struct FreeVersions {
+  decltype(&jt_free_versions) free;
+  void operator()(JT_VERSION* list) const { free(list); }
+};
 
 bool exists(const std::string& path) {
   struct stat status {};
@@ -24,23 +35,106 @@ std::string query_value(const std::vector<Field>& query, std::string_view name) 
   return found == query.end() ? "" : found->second;
 }
 
+std::string directory_of(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+std::string name_of(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
 // The template that a factory template stands for: the mailbox folder's where only that exists. An
 // empty path when there is neither.
-std::string used_instead_of(std::string_view factory_name) {
+std::string used_instead_of(const std::string& factory_path) {
   for (const std::string_view pool : {kSystemPool, kMailboxPool}) {
-    std::string path = std::string(pool) + '/' + std::string(factory_name);
+    std::string path = std::string(pool) + '/' + name_of(factory_path);
     if (exists(path)) return path;
   }
   return "";
 }
 
+std::string point_in_time(const timespec& time) {
+  return std::to_string(time.tv_sec) + '.' + std::to_string(time.tv_nsec);
+}
+
 }  // namespace
+
+std::vector<KeptVersion> TemplateHistory::versions(const std::string& path) const {
+  const std::unique_ptr<JT_VERSION, FreeVersions> first(module_.versions(path.c_str()),
+                                                        {module_.free_versions});
+  std::vector<KeptVersion> list;
+  for (const JT_VERSION* version = first.get(); version != nullptr; version = version->next) {
+    list.push_back(
+        {version->id, version->path, version->time, version->who, version->act, version->size});
+  }
+  return list;
+}
+
+std::string TemplateHistory::kept_file(const std::string& path, const std::string& id) const {
+  const std::vector<KeptVersion> list = versions(path);
+  const auto found = std::ranges::find(list, id, &KeptVersion::id);
+  return found == list.end() ? "" : found->file;
+}
 
 Json TemplateHistory::difference(const std::vector<Field>& query) const {
   const std::string path = query_value(query, "ParserFilename");
-  const size_t name = path.rfind('/') + 1;
-  if (std::string_view(path).substr(0, name) != std::string(kFactoryPool) + '/') return nullptr;
-  return difference_json(module_, path, used_instead_of(std::string_view(path).substr(name)));
+  const std::string id = query_value(query, "version");
+  if (path.empty()) return nullptr;
+  if (id.empty()) {
+    if (directory_of(path) != kFactoryPool) return nullptr;
+    return difference_json(module_, path, used_instead_of(path));
+  }
+  const std::string kept = kept_file(path, id);
+  if (!kept.empty()) return difference_json(module_, kept, exists(path) ? path : "");
+  Json difference = difference_json(module_, "", "");
+  difference["fault"] = said("This version is not kept any more.");
+  return difference;
+}
+
+Json TemplateHistory::list(const std::vector<Field>& query) const {
+  const std::string path = query_value(query, "ParserFilename");
+  if (path.empty()) return nullptr;
+  Json rows = Json::array();
+  for (const KeptVersion& version : versions(path)) {
+    rows.push_back({{"id", version.id},
+                    {"time", utc_text(version.time)},
+                    {"who", valid_utf8(version.who)},
+                    {"act", version.act},
+                    {"size", version.size}});
+  }
+  return {{"file", valid_utf8(path)},
+          {"present", exists(path)},
+          {"seen", seen(path)},
+          {"versions", std::move(rows)}};
+}
+
+// The store keeps the versions of a template in a directory that has the template's own path below
+// that of the history.
+Json TemplateHistory::deleted(const std::vector<Field>& query, Role role) const {
+  const std::string directory = query_value(query, "TemplateDir");
+  if (directory.empty() || role < writer_role(directory + '/')) return nullptr;
+  std::vector<std::string> names;
+  std::error_code fault;
+  const fs::path kept = directory_ + fs::canonical(directory, fault).string();
+  for (fs::directory_iterator entry(kept, fault), end; !fault && entry != end;
+       entry.increment(fault)) {
+    const std::string name = entry->path().filename();
+    if (!exists(directory + '/' + name)) names.push_back(name);
+  }
+  std::ranges::sort(names);
+  Json rows = Json::array();
+  for (const std::string& name : names) {
+    const std::vector<KeptVersion> list = versions(directory + '/' + name);
+    if (list.empty()) continue;
+    rows.push_back({{"name", valid_utf8(name)},
+                    {"time", utc_text(list.front().time)},
+                    {"who", valid_utf8(list.front().who)}});
+  }
+  return rows;
+}
+
+// The store replaces files and never writes into them, so that another content is another file.
+std::string TemplateHistory::seen(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return "none";
+  return std::to_string(status.st_ino) + '-' + std::to_string(status.st_size) + '-' +
+         point_in_time(status.st_mtim) + '-' + point_in_time(status.st_ctim);
 }
 
 }  // namespace platen

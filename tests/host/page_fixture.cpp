@@ -137,6 +137,10 @@ const char* error(const TemplateObject*) { return double_.open_error.c_str(); }
 
 char* failures() { return double_.failures.empty() ? nullptr : ::strdup(double_.failures.c_str()); }
 
+void set_history(const char* directory, int keep, const char* who) {
+  double_.history.push_back(std::string(directory) + ' ' + std::to_string(keep) + ' ' + who);
+}
+
 void release_values() { double_.calls.emplace_back("release_values"); }
 
 // A template of two services; the doubles' values are those of one attribute.
@@ -166,6 +170,7 @@ PageFixture::PageFixture() {
   module_.failures = failures;
   module_.release_values = release_values;
   module_.walk = walk;
+  module_.set_history = set_history;
   module_.close_template = close;
 }
 

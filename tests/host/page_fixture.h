@@ -23,6 +23,7 @@ struct ModuleDouble {
   std::string language;              // preferredLang as the last call got it
   std::string failures;              // what jt_failures() tells; "" = nothing
   std::string open_error;            // what jt_error() tells
+  std::vector<std::string> history;  // "DIRECTORY KEEP WHO" of each jt_history()
   std::string login;                 // loginName as a form handler got it; "-" = null
   int result = 0;                    // what a form handler returns,
   std::string reason;                // leaves in Reason,

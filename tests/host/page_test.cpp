@@ -61,7 +61,7 @@ TEST_F(PageTest, RefusesTagsThatItCannotUnderstand) {
                     {"x\n <!--#Reason-->",
                      "p.html:2:2: unknown tag \"Reason\"; the tags are parser, include, reason, "
                      "phrase, template, token, login, posted, page, notice, accounts, jobs, "
-                     "mailbox, session or difference"},
+                     "mailbox, session, difference, versions or deleted"},
                     {"<!--#parser-->", "p.html:1:1: the tag parser needs the attribute fn"},
                     {"<!--#parser fn=\"\"-->", "p.html:1:1: the tag parser needs the attribute fn"},
                     {"<!--#phrase-->", "p.html:1:1: the tag phrase needs the attribute id"},

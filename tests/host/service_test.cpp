@@ -87,7 +87,7 @@ class ServiceTest : public PageFixture {
   }
 
   Visitors visitors_{root_ + "/database"};
-  std::optional<Service> service_{std::in_place, pages_, module_, root_ + "/database"};
+  std::optional<Service> service_{std::in_place, pages_, module_, root_ + "/database", "/history"};
   std::string cookie_ = new_cookie();
 };
 
@@ -132,6 +132,17 @@ TEST_F(ServiceTest, GivesTheAuditTrailToAdministratorsOnly) {
   EXPECT_EQ(get("/download/passwords").status, 404);
 }
 
+TEST_F(ServiceTest, KeepsWhatTemplatesHeldWithTheNameOfWhoeverIsLoggedIn) {
+  get("/");
+  EXPECT_EQ(module_double().history, (std::vector<std::string>{"/history 20 ", "/history 20 "}));
+  log_in(Role::user);
+  get("/");
+  EXPECT_EQ(module_double().history.back(), "/history 20 erika");
+  cookie_ = new_cookie();
+  get("/");
+  EXPECT_EQ(module_double().history.back(), "/history 20 ");
+}
+
 TEST_F(ServiceTest, KeepsWhatIsLeftForASessionWhileOthersFillTheStore) {
   const auto is_kept = [this] {
     Request request;
@@ -163,7 +174,7 @@ TEST_F(ServiceTest, GivesNoNameWithoutTheLockOfTheState) {
   log_in(Role::user);
   const std::string link = root_ + "/link";
   std::filesystem::create_directory_symlink(root_, link);
-  service_.emplace(pages_, module_, link + "/database");
+  service_.emplace(pages_, module_, link + "/database", "/history");
   EXPECT_EQ(get("/").status, 200);
   std::filesystem::remove(link);
   const Response response =
@@ -353,7 +364,7 @@ TEST_F(ServiceTest, MarksItsCookiesSecureOverTls) {
 }
 
 TEST_F(ServiceTest, TellsThatItsDatabaseCannotBeUsed) {
-  Service service(pages_, module_, root_ + "/none/database");
+  Service service(pages_, module_, root_ + "/none/database", "/history");
   Request request;
   request.method = "GET";
   request.path = "/index.html";

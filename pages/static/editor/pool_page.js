@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 import { element, readBlock, words } from "./dom.js";
 import { pageAddress, pagesFor, poolAddress, withoutSuffix } from "./pools.js";
+import { timeElement } from "./times.js";
 
 const PAGE_WORDS = {
   edit: "action.edit",
@@ -57,6 +58,27 @@ function makeRows() {
   });
 }
 
+/** A template that is not there any more but can be made again. */
+function deletedRow({ name: fileName, time, who }) {
+  const name = withoutSuffix(fileName);
+  const change = words("history.delete", who === "" ? words("history.device") : who);
+  if (fileName.includes("\uFFFD"))
+    return element("li", {}, name, " ", element("small", {}, words("list.unreachable")));
+  return element(
+    "li",
+    {},
+    element("a", { class: "name", href: pageAddress("history", `${directory}/${fileName}`) }, name),
+    element("span", { class: "change" }, change, " ", timeElement(time)),
+  );
+}
+
+function showDeleted() {
+  const deleted = readBlock("deleted") ?? [];
+  const section = document.getElementById("deleted-templates");
+  section.hidden = deleted.length === 0;
+  section.querySelector("ul").append(...deleted.map(deletedRow));
+}
+
 const rows = makeRows();
 
 function show() {
@@ -77,6 +99,7 @@ for (const link of document.querySelectorAll(".pools a")) {
   if (link.getAttribute("href") === poolAddress(directory)) link.ariaCurrent = "page";
 }
 drivers.closest("label").hidden = !rows.some(({ isDriver }) => isDriver);
+showDeleted();
 list.append(...rows.map(({ item }) => item));
 filter.addEventListener("input", show);
 drivers.addEventListener("change", show);

@@ -53,6 +53,11 @@ export function addressFor(page, path) {
   return `/download/template?ParserFilename=${encodePath(path)}`;
 }
 
+/** True when `login` may change the template. */
+export function mayChange(path, login) {
+  return login !== null && poolOf(directoryOf(path)).writers.includes(login.role);
+}
+
 /**
  * The pages that `login` may open for the template, "template" first. Nobody logged in gets them
  * all: they ask for a login.
