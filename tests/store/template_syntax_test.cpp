@@ -109,6 +109,8 @@ TEST(Parse, RefusesWhatItDoesNotKnowWithLineColumnAndReason) {
       {in_invocation + "x (t) = \\q", "3:9", "unknown escape; a backslash itself is written \\\\"},
       {in_invocation + "x (t) = a\\", "3:10", "unknown escape; a backslash itself is written \\\\"},
       {in_invocation + "x (t) = \\x4", "3:9", "unknown escape; a backslash itself is written \\\\"},
+      {in_invocation + "x (t) = \\xg0", "3:9", "unknown escape; a backslash itself is written \\\\"},
+      {in_invocation + "x (t) = \\x0`", "3:9", "unknown escape; a backslash itself is written \\\\"},
       {in_invocation + "x (t) = \\x00", "3:9",
        "unknown escape; a backslash itself is written \\\\"},
       {"[service \\s]", "1:10", "unknown escape; a backslash itself is written \\\\"},
