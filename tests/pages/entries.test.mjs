@@ -259,6 +259,7 @@ async function conflict(t) {
     'Server: Somebody else has changed this meanwhile.',
   ]);
   assert.equal(await field(card(bert, 'Off site'), 'Server').inputValue(), 'bert.example.com');
+  assert.deepEqual(await shown(bert, '.template-nav [aria-current]'), ['Destinations']);
   return { device, bert };
 }
 

@@ -16,5 +16,5 @@ export function postedValue(name) {
 /** The template that the page is about: the posted one, or the one it was asked for. */
 export function templatePath() {
   const asked = new URLSearchParams(location.search).get("ParserFilename");
-  return postedValue("ParserFilename") ?? asked ?? "";
+  return postedValue("ParserFilename") ?? postedValue("DefaultParserFilename") ?? asked ?? "";
 }
