@@ -303,7 +303,7 @@ int run_inside(const std::vector<std::string>& arguments) {
   program.arguments = {std::string(kInside), data};
   program.arguments.insert(program.arguments.end(), arguments.begin(), arguments.end());
   program.readable = {program.program, PLATEN_MODULE, fs::canonical(module.store_file())};
-  program.writable = data + "/state";
+  program.writable = {data + "/state"};
   return run_sandboxed(data, program);
 }
 

@@ -86,7 +86,7 @@ TEST(Sandbox, RefusesADataDirectoryThatHoldsADevicePath) {
 
 TEST(Sandbox, BindsTheDataAfterTheFreshDirectories) {
   const auto arguments =
-      sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, "/tmp/s", 3});
+      sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, {"/tmp/s"}, 3});
   const auto at = [&](const std::vector<std::string>& part) {
     const auto found = std::search(arguments.begin(), arguments.end(), part.begin(), part.end());
     EXPECT_NE(found, arguments.end()) << part.front() << " " << part.back();
