@@ -29,6 +29,7 @@ constexpr TagRule kTags[] = {
     {"phrase", "id", "", TagKind::phrase, kAnywhere, Format::html, true},
     {"template", "", "", TagKind::open_template, kData, Format::json, true},
     {"token", "", "", TagKind::token, kHtmlText, Format::html, false},
+    {"languages", "", "", TagKind::languages, kHtmlText, Format::html, false},
     {"login", "", "", TagKind::login, kAnywhere, Format::html, true},
     {"posted", "", "", TagKind::posted, kData, Format::json, true},
     {"page", "", "", TagKind::page, kData, Format::json, true},

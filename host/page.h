@@ -22,6 +22,7 @@ enum class TagKind {
   phrase,
   open_template,
   token,
+  languages,
   login,
   posted,
   notice,

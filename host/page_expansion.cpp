@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "device/phrases.h"
 #include "module_request.h"
 #include "platform/log.h"
 #include "platform/server.h"
@@ -88,6 +89,8 @@ class PageRun {
         return print(template_json(request_.module(), record_.parserTemplate), tag.format);
       case TagKind::token:
         return print_token(tag);
+      case TagKind::languages:
+        return print_languages();
       case TagKind::login:
       case TagKind::posted:
       case TagKind::notice:
@@ -129,6 +132,16 @@ class PageRun {
     if (!token.is_string()) return;
     stream_.write("<input type=\"hidden\" name=\"token\" value=\"" +
                   html_text(token.get<std::string>()) + "\">");
+  }
+
+  // A button for each language but the visitor's, with the name that it gives itself.
+  void print_languages() {
+    for (const std::string& code : languages()) {
+      if (code == record_.preferredLang) continue;
+      const char* name = Server_Translate_Phrase("language.name?", code.c_str());
+      stream_.write("<button class=\"link\" name=\"language\" value=\"" + code + "\" lang=\"" +
+                    code + "\">" + html_text(name == nullptr ? code : name) + "</button>\n");
+    }
   }
 
   // Calls a parser function with a copy of the argument, which it may cut in place.

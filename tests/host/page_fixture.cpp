@@ -236,7 +236,8 @@ void Log_Entry(int level, const char* source, int line, const char* format, ...)
 char* Server_Translate_Phrase(const char* phrase, const char* language) {
   static char english[] = "Name & <title>";
   static char german[] = "Bezeichnung";
-  if (std::strcmp(phrase, "name?") != 0) return nullptr;
+  const std::string_view asked = phrase;
+  if (asked != "name?" && asked != "language.name?") return nullptr;
   return std::strcmp(language, "de-de") == 0 ? german : english;
 }
 

@@ -192,6 +192,16 @@ TEST_F(SiteTest, TranslatesPhrasesAndShowsTheTokenOfAMissingOne) {
             json_block(R"({"a": "Name & \u003Ctitle>"})"));
 }
 
+TEST_F(SiteTest, OffersTheOtherLanguagesByTheirNames) {
+  write("p.html", "<form action=\"/do/language\"><!--#languages--></form>");
+  EXPECT_EQ(request("/p.html").body,
+            "<form action=\"/do/language\"><button class=\"link\" name=\"language\" "
+            "value=\"de-de\" lang=\"de-de\">Bezeichnung</button>\n</form>");
+  EXPECT_EQ(request("/p.html", {}, "de").body,
+            "<form action=\"/do/language\"><button class=\"link\" name=\"language\" "
+            "value=\"en-us\" lang=\"en-us\">Name &amp; &lt;title&gt;</button>\n</form>");
+}
+
 TEST_F(SiteTest, PrintsTheOpenTemplateAsJson) {
   module_double().values = {"1", "2\xFF"};
   EXPECT_EQ(
@@ -236,7 +246,7 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
   EXPECT_NE(response.body.find("The page /p.html has a fault."), std::string::npos);
   EXPECT_EQ(module_double().log, (std::vector<std::string>{
                                      "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
-                                     "parser, include, reason, phrase, template, token, "
+                                     "parser, include, reason, phrase, template, token, languages, "
                                      "login, posted, page, notice, accounts, jobs, mailbox, "
                                      "session, difference, versions or deleted"}));
 }
@@ -280,7 +290,8 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
   EXPECT_EQ(site_.check(),
             (std::vector<std::string>{
                 "x.inc:1:1: unknown tag \"oh\"; the tags are parser, include, reason, phrase, "
-                "template, token, login, posted, page, notice, accounts, jobs, mailbox, session, "
+                "template, token, languages, login, posted, page, notice, accounts, jobs, mailbox, "
+                "session, "
                 "difference, versions or deleted",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
                 "closed"}));
