@@ -10,6 +10,7 @@
 #include "next_page.h"
 #include "output_format.h"
 #include "platform/server.h"
+#include "template_exchange.h"
 
 namespace platen {
 namespace {
@@ -28,6 +29,7 @@ Response audit_file(const DownloadContext& context) {
 
 constexpr Download kDownloads[] = {
     {"/download/audit", audit_file},
+    {"/download/template", download_template},
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "http_message.h"
 #include "parser_module.h"
+#include "template_history.h"
 #include "visit.h"
 
 namespace platen {
@@ -18,6 +19,7 @@ struct DownloadContext {
   const ParserModule& module;
   Visitors& visitors;
   Visit& visit;
+  const TemplateHistory& history;
 };
 
 // One kind of file. Who may have it, and with which query fields, stands in the table of pages in

@@ -12,6 +12,7 @@
 #include "page_views.h"
 #include "query.h"
 #include "said.h"
+#include "template_exchange.h"
 
 namespace platen {
 namespace {
@@ -138,6 +139,10 @@ Outcome rename(const Post& post, const HostFormContext& context) {
   return rename_template(context.module, post, context.visit);
 }
 
+Outcome upload(const Post& post, const HostFormContext& context) {
+  return upload_template(post, context.module);
+}
+
 Outcome choose_language(const Post& post, const HostFormContext& context) {
   const std::string code = value(post, "language");
   const std::vector<std::string> installed = languages();
@@ -166,6 +171,7 @@ constexpr HostForm kHostForms[] = {
     {"/do/rename", rename},
     {"/do/language", choose_language},
     {"/do/bring-back", bring_version_back},
+    {"/do/upload", upload},
 };
 
 }  // namespace

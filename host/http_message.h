@@ -3,7 +3,9 @@
 #ifndef HOST_HTTP_MESSAGE_H_
 #define HOST_HTTP_MESSAGE_H_
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -12,8 +14,18 @@ namespace platen {
 // A named value in its order of arrival: a query field or a header.
 using Field = std::pair<std::string, std::string>;
 
-// The longest body that is read; of a longer one only this much and one byte.
-inline constexpr size_t kLongestBody = size_t{4} * 1024 * 1024;
+// The value of the first of the fields that has that name, or "".
+inline std::string query_value(const std::vector<Field>& query, std::string_view name) {
+  const auto found = std::ranges::find(query, name, &Field::first);
+  return found == query.end() ? "" : found->second;
+}
+
+// The longest file that is uploaded, which is the longest template.
+inline constexpr size_t kLongestFile = size_t{4} * 1024 * 1024;
+
+// The longest body that is read, such a file with the fields around it; of a longer one only this
+// much and one byte.
+inline constexpr size_t kLongestBody = kLongestFile + size_t{64} * 1024;
 
 // Headers stand as they were sent, empty when they were not.
 struct Request {

@@ -108,6 +108,7 @@ std::string notice(Act act, const std::string& source, const std::string& destin
     case Act::restores:
       return said("\"{1}\" is restored from the factory pool.", file_name(destination));
     case Act::brings_back:
+    case Act::uploads:
     case Act::none:
       break;
   }

@@ -92,12 +92,12 @@ bool ParserModule::resolve_functions(const std::string& path, std::string* fault
          resolve(handle_, path, "jt_history", &set_history, fault) &&
          resolve(handle_, path, "jt_versions", &versions, fault) &&
          resolve(handle_, path, "jt_free_versions", &free_versions, fault) &&
-         resolve(handle_, path, "CopyCKwtTemplate", &copy_template, fault) &&
          resolve(handle_, path, "CKwtTemplate", &construct_template, fault) &&
          resolve(handle_, path, "Open", &open_template, fault) &&
          resolve(handle_, path, "DestructorCKwtTemplate", &destruct_template, fault) &&
          resolve(handle_, path, "CreateInvocationWSize", &create_invocation, fault) &&
          resolve(handle_, path, "jt_walk", &walk, fault) &&
+         resolve(handle_, path, "CopyCKwtTemplate", &copy_template, fault) &&
          resolve(handle_, path, "jt_error", &error, fault) &&
          resolve(handle_, path, "jt_failures", &failures, fault) &&
          resolve(handle_, path, "jt_release_values", &release_values, fault);

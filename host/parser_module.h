@@ -40,11 +40,11 @@ class ParserModule {
   decltype(&jt_history) set_history = nullptr;
   decltype(&jt_versions) versions = nullptr;
   decltype(&jt_free_versions) free_versions = nullptr;
-  decltype(&CopyCKwtTemplate) copy_template = nullptr;
   decltype(&CKwtTemplate) construct_template = nullptr;
   decltype(&Open) open_template = nullptr;
   decltype(&DestructorCKwtTemplate) destruct_template = nullptr;
   decltype(&CreateInvocationWSize) create_invocation = nullptr;
+  decltype(&CopyCKwtTemplate) copy_template = nullptr;
   decltype(&jt_error) error = nullptr;
   decltype(&jt_failures) failures = nullptr;
   decltype(&jt_release_values) release_values = nullptr;

@@ -52,6 +52,11 @@ constexpr FieldRule kAuditFields[] = {
     {"format", Kind::optional_word, 5, "csv jsonl"},
 };
 
+constexpr FieldRule kTemplateFileFields[] = {
+    {"ParserFilename", Kind::template_path, kPathLimit},
+    {"version", Kind::entry, kNameLimit},
+};
+
 struct PageRule {
   std::string_view path;
   Role role;
@@ -71,6 +76,9 @@ constexpr PageRule kPages[] = {
     {"/password.html", Role::user},
     {"/accounts.html", Role::administrator},
     {"/mailbox/settings.php", Role::administrator},
+    {"/restore.html", Role::administrator},
+    {"/upload.html", Role::user},
+    {"/download/template", Role::user, kTemplateFileFields},
     {"/audit.html", Role::administrator, kAuditFields},
     {"/download/audit", Role::administrator, kAuditFields},
     {"/status.html", Role::administrator},
@@ -116,6 +124,12 @@ constexpr FieldRule kBringBackFields[] = {
     {"ParserFilename", Kind::template_path, kPathLimit},
     {"version", Kind::entry, kNameLimit},
     {"seen", Kind::text, kNameLimit},
+};
+constexpr FieldRule kUploadFields[] = {
+    {"file", Kind::file, kLongestFile},
+    {"pool", Kind::word, 7, "web mailbox system"},
+    {"name", Kind::file_name, 221},
+    {"replace", Kind::word, 3, "yes"},
 };
 constexpr FieldRule kLoginFields[] = {
     {"name", Kind::text, kNameLimit},
@@ -185,6 +199,7 @@ constexpr Choice kRenameChoices[] = {{"ParserFilename"}, {"NewName"}};
 constexpr Choice kRestoreChoices[] = {{"ParserFilename"},
                                       {"CopyParserFilename", "CopyParserFilenameMailbox"}};
 constexpr Choice kBringBackChoices[] = {{"ParserFilename"}, {"version"}, {"seen"}};
+constexpr Choice kUploadChoices[] = {{"file"}, {"pool"}, {"name"}};
 constexpr Choice kLoginChoices[] = {{"name"}, {"password"}};
 constexpr Choice kPasswordChoices[] = {{"old"}, {"new"}, {"repeat"}};
 constexpr Choice kAccountChoices[] = {{"what"}, {"name"}};
@@ -210,6 +225,7 @@ constexpr FormRule kForms[] = {
      kRestoreChoices},
     {"/do/rename", Role::user, Act::renames, kRenameFields, {}, kRenameChoices},
     {"/do/bring-back", Role::user, Act::brings_back, kBringBackFields, {}, kBringBackChoices},
+    {"/do/upload", Role::user, Act::uploads, kUploadFields, {}, kUploadChoices},
     {"/do/login", Role::anonymous, Act::none, kLoginFields, {}, kLoginChoices},
     {"/do/logout", Role::anonymous, Act::none, {}, {}, {}},
     {"/do/password", Role::user, Act::none, kPasswordFields, {}, kPasswordChoices},
@@ -372,7 +388,14 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
                    said("\"{1}\" is the default template, from which all new jobs start: it is "
                         "never replaced. Choose another name.",
                         name_of(destination)),
-                   "CopyParserFilename"};
+                   form.act == Act::uploads ? "name" : "CopyParserFilename"};
+  }
+  const bool is_shared = is_in_part(destination, "system") || is_in_part(destination, "mailbox");
+  if (form.act == Act::uploads && is_shared && role != Role::administrator) {
+    return Refusal{403,
+                   said("The templates of this pool are for everybody: only an administrator may "
+                        "upload one. Choose another pool."),
+                   "pool"};
   }
   // A template there is a folder of the mailbox, and folders are the administrator's.
   if (form.act != Act::renames && is_in_part(destination, "mailbox") &&
@@ -456,6 +479,9 @@ std::string source_path(const FormRule& form, const std::vector<FormField>& fiel
 std::string destination_path(const FormRule& form, const std::vector<FormField>& fields) {
   if (form.act == Act::renames) {
     return joined(directory_of(source_path(form, fields)), field_value(fields, "NewName"));
+  }
+  if (form.act == Act::uploads) {
+    return joined("/tmp/template/pool/" + field_value(fields, "pool"), field_value(fields, "name"));
   }
   const std::string_view pool = form.act == Act::restores ? kSystemPool : kWebPool;
   const std::string path = joined(pool, field_value(fields, "CopyParserFilename"));

@@ -44,7 +44,7 @@ Role page_role(std::string_view path);
 Role writer_role(std::string_view directory);
 
 // What a form does to the template that it names; this decides who may send it for which pool.
-enum class Act { none, edits, copies, deletes, renames, restores, brings_back };
+enum class Act { none, edits, copies, deletes, renames, restores, brings_back, uploads };
 
 // Fields of which a form needs one and no more; `needed` false: one or none.
 struct Choice {
@@ -86,7 +86,7 @@ std::string field_value(const std::vector<FormField>& fields, std::string_view n
 // The template that a form starts from, as a full path; "" when it names none.
 std::string source_path(const FormRule& form, const std::vector<FormField>& fields);
 
-// The file that a copy, rename or restore makes, as a full path; "" when the form makes none.
+// The file that a copy, rename, restore or upload makes, as a full path; "" when the form makes none.
 // Requires: fields that refuse_form() lets through.
 std::string destination_path(const FormRule& form, const std::vector<FormField>& fields);
 

@@ -28,6 +28,11 @@ constexpr std::string_view kHostForms = "/do/";
 
 using Objection = std::optional<Outcome>;
 
+// Whether the form puts a template from outside the pools of the device's users into one.
+bool brings_template(const FormRule& form) {
+  return form.act == Act::restores || form.act == Act::uploads;
+}
+
 }  // namespace
 
 // One post on its way.
@@ -92,12 +97,11 @@ class PostRun {
     return run_module_form(module_, post_, visit_);
   }
 
-  // Whether the form puts a template from elsewhere into the mailbox.
   bool leads_to_mailbox() const {
     if (post_.form.act == Act::brings_back) {
       return source_path(post_.form, post_.fields).starts_with(kMailboxPool);
     }
-    return post_.form.act == Act::restores &&
+    return brings_template(post_.form) &&
            destination_path(post_.form, post_.fields).starts_with(kMailboxPool);
   }
 
@@ -218,7 +222,7 @@ bool names_folder(const FormRule& form) {
 }
 
 // What an entry of the audit trail is about: a template, a folder, or the account that is managed.
-// Of a restore it is the template that changes, not that of the factory.
+// Where one comes from elsewhere it is the one that changes.
 std::string object_of(const Post& post) {
   if (post.form.role == Role::administrator || names_folder(post.form)) {
     for (const char* field : {"name", "saUser"}) {
@@ -227,9 +231,9 @@ std::string object_of(const Post& post) {
   }
   const std::string folder = field_value(post.fields, "unsafeUser");
   if (!folder.empty()) return folder;
-  const std::string restored =
-      post.form.act == Act::restores ? destination_path(post.form, post.fields) : "";
-  return restored.empty() ? source_path(post.form, post.fields) : restored;
+  const std::string brought =
+      brings_template(post.form) ? destination_path(post.form, post.fields) : "";
+  return brought.empty() ? source_path(post.form, post.fields) : brought;
 }
 
 std::string result_of(const Outcome& outcome) {

@@ -104,7 +104,7 @@ Response Service::answer_download(const Download& download, const Request& reque
     visit->record(visit->account().name, request.path, "", "refused: " + fault);
     return error_response(400, fault, said("Change the address, or go back to the start page."));
   }
-  return download.make({request, module_, desk().visitors, *visit});
+  return download.make({request, module_, desk().visitors, *visit, desk().history});
 }
 
 // From now on the store keeps what a template held, with the name of whoever changes it.

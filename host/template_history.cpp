@@ -30,11 +30,6 @@ bool exists(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0;
 }
 
-std::string query_value(const std::vector<Field>& query, std::string_view name) {
-  const auto found = std::ranges::find(query, name, &Field::first);
-  return found == query.end() ? "" : found->second;
-}
-
 std::string directory_of(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 std::string name_of(const std::string& path) { return path.substr(path.rfind('/') + 1); }

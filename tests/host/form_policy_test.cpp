@@ -51,6 +51,7 @@ TEST(FormPolicy, KnowsEachFormAndItsLeastRole) {
       {kCopy, Role::user},
       {kDelete, Role::user},
       {kRestore, Role::administrator},
+      {"/do/upload", Role::user},
       {"/do/rename", Role::user},
       {"/do/login", Role::anonymous},
       {"/do/logout", Role::anonymous},
@@ -279,6 +280,43 @@ TEST(FormPolicy, RestoresBareNamesOfTheFactoryPoolOnly) {
   for (const auto& [fields, text] : rows) EXPECT_EQ(refusal(kRestore, fields), text);
 }
 
+TEST(FormPolicy, TakesUploadsForPoolsThatTheirSenderMayChange) {
+  const auto upload = [](const std::string& pool, const std::string& name, Role role) {
+    std::vector<FormField> fields =
+        form_fields({{"pool", pool}, {"name", name}, {"file", std::string("\0|", 2)}});
+    fields[2].is_file = true;
+    const auto refused = refuse_form(*find_form("/do/upload"), fields, role);
+    return refused ? std::to_string(refused->status) + " " + refused->field : "";
+  };
+  struct Row {
+    std::string pool;
+    std::string name;
+    std::string for_user;
+    std::string for_administrator;
+  };
+  const Row rows[] = {
+      {"web", "A.KTP", "", ""},
+      {"web", "default.ktp", "", ""},
+      {"system", "A.KTP", "403 pool", ""},
+      {"mailbox", "A.KTP", "403 pool", ""},
+      {"system", "default.ktp", "422 name", "422 name"},
+      {"factory", "A.KTP", "422 pool", "422 pool"},
+      {"web/../factory", "A.KTP", "422 pool", "422 pool"},
+      {"", "A.KTP", "422 pool", "422 pool"},
+      {"web", "../factory/A.KTP", "422 name", "422 name"},
+      {"web", "A.txt", "422 name", "422 name"},
+      {"web", std::string(218, 'x') + ".KTP", "422 name", "422 name"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(upload(row.pool, row.name, Role::user), row.for_user) << row.pool << row.name;
+    EXPECT_EQ(upload(row.pool, row.name, Role::administrator), row.for_administrator)
+        << row.pool << row.name;
+  }
+  const Fields fields = {{"pool", "mailbox"}, {"name", "B.KTP"}};
+  EXPECT_EQ(destination_path(*find_form("/do/upload"), form_fields(fields)),
+            kPool + "mailbox/B.KTP");
+}
+
 TEST(FormPolicy, LeavesTheFoldersOfTheMailboxToTheAdministrator) {
   const Fields rename = {{"ParserFilename", kPool + "mailbox/A.KTP"}, {"NewName", "B.KTP"}};
   const Fields copy = {{"ParserFilename", kWebFile},
@@ -328,6 +366,9 @@ TEST(PagePolicy, KnowsThePagesThatAreNotForEverybody) {
        {"/edit.html", "/copy.html", "/rename.html", "/delete.html", "/password.html"}) {
     EXPECT_EQ(page_role(path), Role::user) << path;
   }
+  EXPECT_EQ(page_role("/upload.html"), Role::user);
+  EXPECT_EQ(page_role("/download/template"), Role::user);
+  EXPECT_EQ(page_role("/restore.html"), Role::administrator);
   EXPECT_EQ(page_role("/accounts.html"), Role::administrator);
   for (const char* path : {"/", "/index.html", "/pool.html", "/template.html", "/login.html"}) {
     EXPECT_EQ(page_role(path), Role::anonymous) << path;
