@@ -28,6 +28,12 @@ void log_line(int level, const std::string& text, int line = __builtin_LINE()) {
   Log_Entry(level, kSource, line, "%s", text.c_str());
 }
 
+void log_refusal(const Request& request) {
+  const Speaking to_the_log(kDefaultLanguage);
+  log_line(LOG_LEVEL_WARNING,
+           "refused " + request.path + ": " + refuse_page_fields(request.path, request.query));
+}
+
 bool is_page(std::string_view name) {
   return (is_html_page(name) || is_script_page(name) || is_php_page(name)) &&
          !name.starts_with(kStaticFiles);
@@ -94,9 +100,7 @@ Response Site::answer(const Request& request, const HostValues& values) {
   }
   if (const std::string refusal = refuse_page_fields(request.path, request.query);
       !refusal.empty()) {
-    const Speaking to_the_log(kDefaultLanguage);
-    log_line(LOG_LEVEL_WARNING,
-             "refused " + request.path + ": " + refuse_page_fields(request.path, request.query));
+    log_refusal(request);
     return error_response(400, refusal, said("Change the address, or go back to the start page."));
   }
   return answer_page(name, request, values);
