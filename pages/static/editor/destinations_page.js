@@ -19,7 +19,7 @@ const NAMES = [
 class DestinationCard extends EntryView {
   constructor(invocation, page, number) {
     super(invocation, page, number);
-    this.title = this.text("RepositoryAlias") || words("destinations.one", number);
+    this.title = this.name;
     const id = uniqueId();
     this.heading = element("h2", { id }, this.title);
     this.address = element("p", { class: "address" });
@@ -35,10 +35,14 @@ class DestinationCard extends EntryView {
     this.node.append(this.heading, this.address, slots, foot);
   }
 
+  get name() {
+    return this.text("RepositoryAlias") || words("destinations.one", this.number);
+  }
+
   /** Shows what typing changes: where the scans go, and what the protocol needs. */
   update() {
     if (this.invocation.isRemoved) return;
-    this.heading.textContent = this.text("RepositoryAlias") || words("destinations.one", this.number);
+    this.heading.textContent = this.name;
     const address = filingAddress({
       protocol: this.text("FilingProtocol"),
       server: this.text("RepositoryName"),

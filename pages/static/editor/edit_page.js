@@ -99,8 +99,8 @@ class EditPage extends DraftPage {
   }
 
   headOf(invocation) {
-    const { node, firstInput } = this.invocationViews.find((view) => view.invocation === invocation);
-    return firstInput ?? node.querySelector("h3");
+    const view = this.invocationViews.find((other) => other.invocation === invocation);
+    return view.firstInput ?? view.node.querySelector("h3");
   }
 }
 

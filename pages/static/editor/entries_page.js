@@ -7,7 +7,10 @@ import { pageAddress } from "./pools.js";
 import { SlotView } from "./slot_view.js";
 import { Slot, addEntry, otherNames } from "./slots.js";
 
-/** Shows one entry; a subclass says with show() how. */
+/**
+ * Shows one entry. A subclass makes `node`, and the `title` that the entry has in words of its own;
+ * its update(), if it has one, shows what typing changes.
+ */
 export class EntryView {
   constructor(invocation, page, number) {
     Object.assign(this, { invocation, page, number });
@@ -29,8 +32,10 @@ export class EntryView {
     const { service, name, isNew } = this.invocation;
     if (!isNew && !canRemoveInvocation(service, name)) return "";
     const text = words(isNew ? "entries.discard" : "entries.remove");
-    const label = `${text}: ${this.title}`;
-    return button(text, () => this.page.remove(this), { class: "quiet entry-remove", "aria-label": label });
+    return button(text, () => this.page.remove(this), {
+      class: "quiet entry-remove",
+      "aria-label": `${text}: ${this.title}`,
+    });
   }
 
   /** What stands in place of an entry that will be removed. */
@@ -144,6 +149,6 @@ export class EntriesPage extends DraftPage {
     return this.fieldViews
       .filter(({ field, slot }) => this.needed.includes(field.name) && slot.text === "")
       .filter(({ slot }) => slot.invocation.isNew || slot.isChanged)
-      .map(({ controls, label }) => ({ text: words("entries.needed"), control: controls[0], label }));
+      .map(({ controls: [control], label }) => ({ text: words("entries.needed"), control, label }));
   }
 }

@@ -1,4 +1,4 @@
-// The metadata fields that the device asks for: a table, and a preview of what the device will show.
+// The metadata fields that the device asks for: a table, and a preview of what it will show.
 // SPDX-License-Identifier: MIT
 import { METADATA } from "./attributes.js";
 import { element, words } from "./dom.js";
