@@ -124,7 +124,10 @@ class PageRun {
   // What a form was refused for is of more use than what the page met meanwhile.
   void print_reason(const PageTag& tag) {
     const Json refused = host_value(tag);
-    print(refused.is_string() ? refused : Json(valid_utf8(record_.Reason)), tag.format);
+    if (refused.is_string()) return print(refused, tag.format);
+    std::string reason = record_.Reason;
+    if (refused == Json(true) && !open_error_.empty()) reason += "\n" + open_error_;
+    print(valid_utf8(reason), tag.format);
   }
 
   void print_token(const PageTag& tag) {
@@ -158,7 +161,7 @@ class PageRun {
     record_.tag = nullptr;
     stream_.write(output.finish());
     if (!output.fault().empty()) fault_ = fault_text({tag.at, output.fault()});
-    if (use == TemplateUse::opens) log_open_error();
+    if (use == TemplateUse::opens) note_open_error();
     if (use == TemplateUse::opens_own) {
       // What a listing met in templates of its own is no failure of the page.
       request_.discard_open_template();
@@ -172,8 +175,9 @@ class PageRun {
     return text == nullptr ? token : text;
   }
 
-  void log_open_error() {
-    if (const std::string error = request_.open_error(); !error.empty()) log_error(error.c_str());
+  void note_open_error() {
+    open_error_ = request_.open_error();
+    if (!open_error_.empty()) log_error(open_error_.c_str());
   }
 
   ModuleRequest& request_;
@@ -181,6 +185,7 @@ class PageRun {
   const HostValues& values_;
   MemoryStream stream_;
   std::string fault_;
+  std::string open_error_;  // why the template of the last open tag is not open
 };
 
 }  // namespace

@@ -19,8 +19,9 @@ struct Expansion {
   std::string reason;  // the failure that the module told, such as a template that did not open
 };
 
-// Gives what a tag of the host's own shows: for the token the text of its hidden field, for a
-// reason why a form was refused, each as a text or null. Asked once for each tag that is expanded.
+// Gives what a tag of the host's own shows: for the token the text of its hidden field, as a text or
+// null; for a reason why a form was refused as a text, else true for visitors who are told what the
+// store says of a template that cannot be opened. Asked once for each tag that is expanded.
 using HostValues = std::function<Json(const PageTag& tag)>;
 
 // Expands `page`. Printed text is never read for tags. `language` is the code of an installed

@@ -129,7 +129,8 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
   switch (tag.kind) {
     case TagKind::reason:
       if (refused != nullptr) return valid_utf8(refused->reason);
-      return request.path == kLoginPage && visit->has_ended() ? Json(said(kEnded)) : Json();
+      if (request.path == kLoginPage && visit->has_ended()) return said(kEnded);
+      return visit->role() == Role::administrator ? Json(true) : Json();
     case TagKind::token:
       return visit->token(address);
     case TagKind::login:
