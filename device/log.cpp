@@ -28,6 +28,13 @@ struct Observer {
 
 thread_local Observer current_observer;
 
+struct Copy {
+  LogCopy call = nullptr;
+  void* context = nullptr;
+};
+
+Copy line_copy;
+
 void append_hex(std::string* out, unsigned char byte) {
   constexpr char kDigits[] = "0123456789ABCDEF";
   *out += "\\x";
@@ -94,6 +101,9 @@ void record(const LogLine& line) {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   std::string bytes = format_log_line(now, getpid(), line);
+  if (line_copy.call != nullptr) {
+    line_copy.call(line_copy.context, std::string_view(bytes).substr(0, bytes.size() - 1));
+  }
   ssize_t written = 0;
   do {
     written = write(STDERR_FILENO, bytes.data(), bytes.size());
@@ -113,6 +123,8 @@ void set_log_level(int level) {
 void set_log_observer(LogObserver observer, void* context) {
   current_observer = {observer, context};
 }
+
+void set_log_copy(LogCopy copy, void* context) { line_copy = {copy, context}; }
 
 std::string one_line(std::string_view text) {
   std::string line;

@@ -42,6 +42,13 @@ void set_log_level(int level);
 // Sets the one observer of this thread; null ends the observing. `context` is handed to each call.
 void set_log_observer(LogObserver observer, void* context);
 
+// Sees every line that is recorded, as it stands in the log but for its line end. Must not throw or
+// log.
+using LogCopy = void (*)(void* context, std::string_view line);
+
+// Sets the one copy of this process; null ends it. `context` is handed to each call.
+void set_log_copy(LogCopy copy, void* context);
+
 // A text as the log writes it: in one line that can be read back.
 std::string one_line(std::string_view text);
 

@@ -106,7 +106,7 @@ int run_request(const Request& request, Database& database, PasswordCost cost, s
   }
   std::string password;
   const std::string refusal = find_verb(request.verb)->run(accounts, request, &password);
-  const std::string outcome = refusal.empty() ? "done" : refusal;
+  const std::string outcome = refusal.empty() ? "done" : "refused: " + refusal;
   Audit(database).record({"", "", "account " + request.verb, request.name, outcome});
   if (!refusal.empty()) {
     std::fprintf(err, "platend account: %s\n", refusal.c_str());

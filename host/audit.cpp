@@ -3,6 +3,7 @@
 #include "audit.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "ascii.h"
@@ -10,7 +11,11 @@
 namespace platen {
 namespace {
 
+using Json = nlohmann::json;
+
 constexpr size_t kLongestText = 1000;
+constexpr size_t kLongestAnnounced = 300;
+constexpr size_t kMostWaiting = 100;
 
 constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS audit ("
@@ -41,15 +46,58 @@ Audit::Audit(Database& database, Clock clock, int kept)
   database_.make(kSchema);
 }
 
+void Audit::announce(const AuditEntry& entry) {
+  announced_ = entry;
+  if (!watcher_) return;
+  const Json texts = {entry.login, entry.address, entry.action,
+                      entry.object.substr(0, kLongestAnnounced)};
+  watcher_(texts.dump(-1, ' ', true, Json::error_handler_t::replace));
+}
+
 void Audit::record(const AuditEntry& entry) {
   Transaction transaction(database_);
+  for (const AuditEntry& waiting : waiting_) insert(waiting);
+  insert(entry);
+  database_.run("DELETE FROM audit WHERE number <= last_insert_rowid() - ?1", kept_);
+  transaction.commit();
+  waiting_.clear();
+  forget_announced();
+}
+
+void Audit::record_later(AuditEntry entry) {
+  forget_announced();
+  if (waiting_.size() == kMostWaiting) return;
+  if (entry.time == 0) entry.time = clock_();
+  waiting_.push_back(std::move(entry));
+}
+
+void Audit::end_announced(const std::string& outcome) {
+  if (!announced_) return;
+  AuditEntry entry = *std::exchange(announced_, std::nullopt);
+  entry.outcome = outcome;
+  record_later(std::move(entry));
+}
+
+void Audit::forget_announced() {
+  announced_.reset();
+  if (watcher_) watcher_("");
+}
+
+void Audit::insert(const AuditEntry& entry) {
   database_.run(
       "INSERT INTO audit (time, login, address, action, object, outcome)"
       " VALUES (?1, ?2, ?3, ?4, ?5, ?6)",
-      clock_(), cut(entry.login), cut(entry.address), cut(entry.action), cut(entry.object),
-      cut(entry.outcome));
-  database_.run("DELETE FROM audit WHERE number <= last_insert_rowid() - ?1", kept_);
-  transaction.commit();
+      entry.time == 0 ? clock_() : entry.time, cut(entry.login), cut(entry.address),
+      cut(entry.action), cut(entry.object), cut(entry.outcome));
+}
+
+std::optional<AuditEntry> ended_entry(std::string_view announced, const std::string& outcome) {
+  const Json texts = Json::parse(announced, nullptr, false);
+  const auto is_text = [](const Json& text) { return text.is_string(); };
+  if (!texts.is_array() || texts.size() != 4 || !std::ranges::all_of(texts, is_text)) {
+    return std::nullopt;
+  }
+  return AuditEntry{texts[0], texts[1], texts[2], texts[3], outcome};
 }
 
 std::vector<AuditEntry> Audit::list(const AuditFilter& filter) {

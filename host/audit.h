@@ -8,9 +8,11 @@
 #define HOST_AUDIT_H_
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "clock.h"
@@ -24,7 +26,7 @@ struct AuditEntry {
   std::string action;   // what was asked for: "login", "HTTP_Parser_Copy_fn"
   std::string object;   // what it was asked of: a template's path, an account's name
   std::string outcome;  // "done", or why it was refused or failed
-  int64_t time = 0;     // seconds since 1970, set when it is recorded
+  int64_t time = 0;     // seconds since 1970; 0: when it is recorded
 };
 
 // The outcome of what was carried out.
@@ -52,17 +54,40 @@ class Audit {
   // object.
   explicit Audit(Database& database, Clock clock = system_time, int kept = 100'000);
 
-  // Adds an entry; each text is cut to its first 1,000 bytes.
+  // Tells `watcher` of each entry that is announced, and with an empty text that it was recorded.
+  using Watcher = std::function<void(std::string_view announced)>;
+  void watch(Watcher watcher) { watcher_ = std::move(watcher); }
+
+  // Announces what is about to be carried out: if the process ends before it records the outcome,
+  // whoever watches can do so by ended_entry().
+  void announce(const AuditEntry& entry);
+
+  // Ends what was announced and not recorded, if anything, by that outcome, as record_later() does.
+  void end_announced(const std::string& outcome);
+
+  // Adds an entry; each text is cut to its first 1,000 bytes. Entries that wait are added before it.
   void record(const AuditEntry& entry);
+
+  // Keeps an entry that cannot be recorded now until the next one can; at most 100 wait.
+  void record_later(AuditEntry entry);
 
   // The entries that match, newest first.
   std::vector<AuditEntry> list(const AuditFilter& filter = {});
 
  private:
+  void forget_announced();
+  void insert(const AuditEntry& entry);
+
   Database& database_;
   Clock clock_;
   int kept_;
+  Watcher watcher_;
+  std::optional<AuditEntry> announced_;
+  std::vector<AuditEntry> waiting_;
 };
+
+// The entry that was announced as that text, ended by `outcome`; nothing when the text is none.
+std::optional<AuditEntry> ended_entry(std::string_view announced, const std::string& outcome);
 
 }  // namespace platen
 

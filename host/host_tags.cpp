@@ -33,6 +33,8 @@ constexpr TagRule kTags[] = {
     {"login", "", "", TagKind::login, kAnywhere, Format::html, true},
     {"posted", "", "", TagKind::posted, kData, Format::json, true},
     {"page", "", "", TagKind::page, kData, Format::json, true},
+    {"audit", "", "", TagKind::audit, kData, Format::json, true},
+    {"status", "", "", TagKind::status, kData, Format::json, true},
     {"notice", "", "", TagKind::notice, kAnywhere, Format::html, true},
     {"accounts", "", "", TagKind::accounts, kData, Format::json, true},
     {"jobs", "", "", TagKind::jobs, kData, Format::json, true},

@@ -27,6 +27,8 @@ enum class TagKind {
   posted,
   notice,
   page,
+  audit,
+  status,
   accounts,
   jobs,
   mailbox,

@@ -95,6 +95,8 @@ class PageRun {
       case TagKind::posted:
       case TagKind::notice:
       case TagKind::page:
+      case TagKind::audit:
+      case TagKind::status:
       case TagKind::accounts:
       case TagKind::jobs:
       case TagKind::mailbox:

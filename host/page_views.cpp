@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "page_views.h"
 
+#include "audit_view.h"
 #include "error_page.h"
 #include "next_page.h"
 #include "policy.h"
@@ -140,6 +141,11 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
       return is_shown ? parsed(take_kept(address, visit)) : Json();
     case TagKind::notice:
       return text_or_null(is_shown ? visit->take(kNotice) : "", tag.format);
+    case TagKind::audit:
+      if (visit->role() != Role::administrator) return nullptr;
+      return audit_page(visitors_.audit, audit_query(request.query));
+    case TagKind::status:
+      return visit->role() == Role::administrator ? status_json(status_) : Json();
     case TagKind::page:
       return valid_utf8(request.path);
     case TagKind::accounts:

@@ -5,11 +5,13 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "http_message.h"
 #include "mailbox.h"
 #include "output_format.h"
 #include "site.h"
+#include "status.h"
 #include "template_history.h"
 #include "visit.h"
 
@@ -27,9 +29,14 @@ Response redirection(const std::string& address);
 
 class PageViews {
  public:
-  // Requires all four to outlive the object.
-  PageViews(Site& site, Visitors& visitors, const Mailbox& mailbox, const TemplateHistory& history)
-      : site_(site), visitors_(visitors), mailbox_(mailbox), history_(history) {}
+  // Requires all that is referred to to outlive the object.
+  PageViews(Site& site, Visitors& visitors, const Mailbox& mailbox, const TemplateHistory& history,
+            StatusSources status)
+      : site_(site),
+        visitors_(visitors),
+        mailbox_(mailbox),
+        history_(history),
+        status_(std::move(status)) {}
 
   // Answers a request for a page. Who may not see it is sent to the login, or told so.
   Response show(const Request& request, Visit* visit);
@@ -61,6 +68,7 @@ class PageViews {
   Visitors& visitors_;
   const Mailbox& mailbox_;
   const TemplateHistory& history_;
+  StatusSources status_;
 };
 
 }  // namespace platen

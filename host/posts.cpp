@@ -33,6 +33,36 @@ bool brings_template(const FormRule& form) {
   return form.act == Act::restores || form.act == Act::uploads;
 }
 
+// What an entry of the audit trail says was done: the form's name, and what is done of several things.
+std::string action_of(const Post& post) {
+  std::string action(post.form.path.substr(post.form.path.rfind('/') + 1));
+  const auto rule = std::ranges::find(post.form.fields, "what", &FieldRule::name);
+  const std::string what = field_value(post.fields, "what");
+  if (rule != post.form.fields.end() && value_fault(*rule, what).empty()) action += ' ' + what;
+  return action;
+}
+
+bool names_folder(const FormRule& form) {
+  return std::ranges::any_of(form.fields, [](const FieldRule& rule) {
+    return rule.name == "name" && rule.kind == Kind::entry;
+  });
+}
+
+// What an entry of the audit trail is about: a template, a folder, or the account that is managed.
+// Where one comes from elsewhere it is the one that changes.
+std::string object_of(const Post& post) {
+  if (post.form.role == Role::administrator || names_folder(post.form)) {
+    for (const char* field : {"name", "saUser"}) {
+      if (std::string name = field_value(post.fields, field); !name.empty()) return name;
+    }
+  }
+  const std::string folder = field_value(post.fields, "unsafeUser");
+  if (!folder.empty()) return folder;
+  const std::string brought =
+      brings_template(post.form) ? destination_path(post.form, post.fields) : "";
+  return brought.empty() ? source_path(post.form, post.fields) : brought;
+}
+
 }  // namespace
 
 // One post on its way.
@@ -65,6 +95,7 @@ class PostRun {
     for (const auto check : kChecks) {
       if (Objection refused = (this->*check)()) return *refused;
     }
+    visit_.announce(action_of(post_), object_of(post_));
     return leads_to_mailbox() ? carry_out_with_upkeep() : carry_out();
   }
 
@@ -211,31 +242,6 @@ class PostRun {
 
 namespace {
 
-std::string action_of(const FormRule& form) {
-  return std::string(form.path.substr(form.path.rfind('/') + 1));
-}
-
-bool names_folder(const FormRule& form) {
-  return std::ranges::any_of(form.fields, [](const FieldRule& rule) {
-    return rule.name == "name" && rule.kind == Kind::entry;
-  });
-}
-
-// What an entry of the audit trail is about: a template, a folder, or the account that is managed.
-// Where one comes from elsewhere it is the one that changes.
-std::string object_of(const Post& post) {
-  if (post.form.role == Role::administrator || names_folder(post.form)) {
-    for (const char* field : {"name", "saUser"}) {
-      if (std::string name = field_value(post.fields, field); !name.empty()) return name;
-    }
-  }
-  const std::string folder = field_value(post.fields, "unsafeUser");
-  if (!folder.empty()) return folder;
-  const std::string brought =
-      brings_template(post.form) ? destination_path(post.form, post.fields) : "";
-  return brought.empty() ? source_path(post.form, post.fields) : brought;
-}
-
 std::string result_of(const Outcome& outcome) {
   if (!outcome.done()) return "refused: " + outcome.text;
   return outcome.wrong.empty() ? "done" : "refused: " + outcome.wrong;
@@ -247,7 +253,7 @@ Response Posts::answer(const FormRule& form, const Request& request, Visit* visi
   const std::string sender = visit->account().name;
   PostRun run(form, request, module_, visitors_, mailbox_, history_, visit);
   const Outcome outcome = run.run();
-  visit->record(sender.empty() ? visit->account().name : sender, action_of(form),
+  visit->record(sender.empty() ? visit->account().name : sender, action_of(run.post()),
                 object_of(run.post()), result_of(outcome));
   Response response = respond(run, outcome, visit);
   response.headers.insert(response.headers.end(), outcome.headers.begin(), outcome.headers.end());

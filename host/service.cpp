@@ -38,11 +38,12 @@ bool is_form_path(std::string_view path) {
 }  // namespace
 
 Service::Desk::Desk(const std::string& database_file, const std::string& history_directory,
-                    const ParserModule& module, Site& site)
+                    const ParserModule& module, Site& site, const ServerState* server)
     : visitors(database_file),
       mailbox(module, visitors),
       history(module, history_directory),
-      views(site, visitors, mailbox, history),
+      views(site, visitors, mailbox, history,
+            {server, module, database_file.substr(0, database_file.rfind('/'))}),
       posts(module, visitors, mailbox, history, views) {}
 
 Service::Service(const std::string& pages, const ParserModule& module, std::string database_file,
@@ -54,21 +55,29 @@ Service::Service(const std::string& pages, const ParserModule& module, std::stri
 
 void Service::choose_pages(const std::string& pages) { site_ = Site(pages, &module_); }
 
+void Service::join(ServerState* server, size_t number) {
+  server_ = server;
+  worker_ = &server->workers[number];
+}
+
 Response Service::serve(const Request& request) {
   try {
     speak(language_of(request));
     keep_history("");  // an upkeep that is resumed is nobody's
     Visit visit(desk().visitors, request);
     keep_history(visit.account().name);
+    audit_ended_workers();
     set_configuration_author(visit.account().name);
     Response response = answer(request, &visit);
     visit.add_cookies(&response);
     return response;
   } catch (const DatabaseError& error) {
+    end_audit("failed: the database cannot be used");
     return fail(request, error.what(),
                 error_response(500, said("The database of the device cannot be used."),
                                said("Tell the administrator; the log says what is wrong.")));
   } catch (const std::exception& error) {
+    end_audit("failed: an error of the program");
     return fail(request, error.what(), error_response(500));
   }
 }
@@ -112,9 +121,30 @@ void Service::keep_history(const std::string& who) const {
   module_.set_history(history_.c_str(), kKeptVersions, who.c_str());
 }
 
+// What a worker was carrying out when it ended is audited by the next request, whoever answers it.
+void Service::audit_ended_workers() {
+  if (server_ == nullptr) return;
+  for (WorkerEnd& end : server_->ends) {
+    if (end.is_audited.exchange(true)) continue;
+    const std::string line = end.last_line.get();
+    auto entry = ended_entry(end.post.get(), "failed: " + end.cause.get() +
+                                                 (line.empty() ? "" : "; last logged: " + line));
+    if (!entry) continue;
+    entry->time = end.time;
+    desk_->visitors.audit.record(*entry);
+  }
+}
+
+void Service::end_audit(const char* outcome) {
+  if (desk_) desk_->visitors.audit.end_announced(outcome);
+}
+
 Service::Desk& Service::desk() {
   if (!desk_) {
-    desk_.emplace(database_file_, history_, module_, site_);
+    desk_.emplace(database_file_, history_, module_, site_, server_);
+    if (worker_ != nullptr) {
+      desk_->visitors.audit.watch([this](std::string_view form) { worker_->post.set(form); });
+    }
     resume_upkeep(module_, database_file_);
   }
   return *desk_;

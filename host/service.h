@@ -11,6 +11,7 @@
 #include "mailbox.h"
 #include "page_views.h"
 #include "posts.h"
+#include "server_state.h"
 #include "site.h"
 #include "visit.h"
 
@@ -27,6 +28,10 @@ class Service {
   // Serves the pages of another directory from the next request on.
   void choose_pages(const std::string& pages);
 
+  // Makes the process that worker of the server: pages show what all of them do, and what a form is
+  // doing stands there for as long as it lasts. To be called after the fork, at most once.
+  void join(ServerState* server, size_t number);
+
   // Answers one request. Never throws; what fails is told by a page and logged with its cause.
   Response serve(const Request& request);
 
@@ -34,7 +39,7 @@ class Service {
   // Made together, as each needs the ones before it.
   struct Desk {
     Desk(const std::string& database_file, const std::string& history_directory,
-         const ParserModule& module, Site& site);
+         const ParserModule& module, Site& site, const ServerState* server);
 
     Visitors visitors;
     Mailbox mailbox;
@@ -44,6 +49,8 @@ class Service {
   };
 
   Response answer(const Request& request, Visit* visit);
+  void audit_ended_workers();
+  void end_audit(const char* outcome);
   Response answer_download(const Download& download, const Request& request, Visit* visit);
   Desk& desk();
   void keep_history(const std::string& who) const;
@@ -52,6 +59,8 @@ class Service {
   Site site_;
   std::string database_file_;
   std::string history_;
+  ServerState* server_ = nullptr;
+  WorkerState* worker_ = nullptr;
   std::optional<Desk> desk_;
 };
 

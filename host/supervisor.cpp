@@ -17,6 +17,7 @@
 #include <new>
 #include <utility>
 
+#include "clock.h"
 #include "last_answer.h"
 #include "platform/log.h"
 #include "process.h"
@@ -30,13 +31,31 @@ constexpr int kTickMs = 200;        // how often late requests are looked for
 constexpr int64_t kGraceMs = 1000;  // from the signal that ends a late request to SIGKILL
 constexpr int64_t kStopMs = 5000;   // for each step of a stop
 
-WorkerState* share_states(size_t count) {
-  void* memory = mmap(nullptr, count * sizeof(WorkerState), PROT_READ | PROT_WRITE,
-                      MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+ServerState* share_state() {
+  void* memory =
+      mmap(nullptr, sizeof(ServerState), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) {
     throw std::bad_alloc();
   }
-  return new (memory) WorkerState[count];
+  auto* server = new (memory) ServerState;
+  server->started = system_time();
+  server->started_ms = monotonic_ms();
+  return server;
+}
+
+// The process is noted last: a worker without one is not looked at.
+void prepare(WorkerState* state) {
+  state->busy_since = 0;
+  state->served = 0;
+  state->started = monotonic_ms();
+  state->request.set("");
+  state->last_line.set("");
+  state->post.set("");
+}
+
+EndCause cause_of(int status, bool is_late) {
+  if (is_late) return EndCause::late;
+  return WIFSIGNALED(status) ? EndCause::signal : EndCause::exit;
 }
 
 }  // namespace
@@ -59,14 +78,14 @@ Supervisor::Supervisor(const Options& options, Service* service, int listener, F
       front_(front),
       duties_(std::move(duties)),
       workers_(kMostWorkers),
-      states_(share_states(workers_.size())) {
+      server_(share_state()) {
   const sigset_t set = signal_set({SIGCHLD, SIGHUP, SIGINT, SIGTERM, SIGUSR1});
   sigprocmask(SIG_BLOCK, &set, nullptr);
   signals_ = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
 Supervisor::~Supervisor() {
-  munmap(states_, workers_.size() * sizeof(WorkerState));
+  munmap(server_, sizeof(ServerState));
   close(signals_);
 }
 
@@ -121,7 +140,8 @@ void Supervisor::fill_workers() {
 // SIGTERM stays blocked from the first moment, so that none is lost before the worker listens to
 // it.
 void Supervisor::start_worker(size_t i) {
-  WorkerState* state = new (&states_[i]) WorkerState;
+  WorkerState& state = server_->workers[i];
+  prepare(&state);
   const pid_t process = fork_child({SIGTERM});
   if (process < 0) {
     Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "A worker cannot be started: %s",
@@ -130,10 +150,11 @@ void Supervisor::start_worker(size_t i) {
   }
   if (process == 0) {
     close(signals_);
-    run_worker(listener_, options_, service_, state);
+    run_worker(listener_, options_, service_, server_, i);
     exit(0);
   }
   workers_[i] = {process, 0};
+  state.process = process;
 }
 
 void Supervisor::wait_for_event() {
@@ -194,21 +215,45 @@ void Supervisor::reap_children() {
 }
 
 void Supervisor::worker_ended(size_t i, int status) {
-  const WorkerState& state = states_[i];
+  WorkerState& state = server_->workers[i];
   const int64_t given_up = workers_[i].given_up;
   const pid_t process = workers_[i].process;
   workers_[i] = {};
-  if (state.busy_since == 0 && status == 0) {
+  state.process = 0;
+  const bool is_planned = state.busy_since == 0 && status == 0;
+  const bool is_late = given_up != 0 && given_up == state.busy_since;
+  const EndCause kind = is_planned ? EndCause::planned : cause_of(status, is_late);
+  ++server_->ends_by_cause[static_cast<size_t>(kind)];
+  if (is_planned) {
     Log_Entry(LOG_LEVEL_TRACE, kSource, __LINE__, "Worker %d has ended as planned.", process);
     return;
   }
   const std::string cause =
-      given_up != 0 && given_up == state.busy_since
-          ? "more than " + std::to_string(options_.request_time) + " s, " + describe_end(status)
-          : describe_end(status);
-  const std::string work = state.busy_since == 0 ? "no request" : state.request;
+      is_late ? "more than " + std::to_string(options_.request_time) + " s, " + describe_end(status)
+              : describe_end(status);
+  const std::string work = state.busy_since == 0 ? "no request" : state.request.get();
   Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "Worker %d has ended: %s, at work on: %s", process,
             cause.c_str(), work.c_str());
+  keep_end(state, process, cause);
+}
+
+// The workers write the audit trail, as the supervisor opens no database.
+void Supervisor::keep_end(const WorkerState& state, pid_t process, const std::string& cause) {
+  const bool was_busy = state.busy_since != 0;
+  const std::string post = state.post.get();
+  WorkerEnd& end = server_->ends[server_->end_count % server_->ends.size()];
+  end.time = system_time();
+  end.process = process;
+  end.cause.set(cause);
+  end.request.set(was_busy ? state.request.get() : "");
+  end.last_line.set(state.last_line.get());
+  end.post.set(post);
+  end.is_audited = post.empty();
+  ++server_->end_count;
+  if (was_busy) {
+    ++server_->requests;
+    ++server_->failures;
+  }
 }
 
 void Supervisor::front_ended(int status) {
@@ -237,7 +282,7 @@ void Supervisor::give_up_late_requests() {
   const int64_t now = monotonic_ms();
   const int64_t limit = int64_t{options_.request_time} * 1000;
   for (size_t i = 0; i < workers_.size(); ++i) {
-    const int64_t start = states_[i].busy_since;
+    const int64_t start = server_->workers[i].busy_since;
     if (workers_[i].process == 0 || start == 0 || now - start <= limit) {
       continue;
     }

@@ -13,8 +13,8 @@
 
 #include "front.h"
 #include "options.h"
+#include "server_state.h"
 #include "service.h"
-#include "worker_state.h"
 
 namespace platen {
 
@@ -70,6 +70,7 @@ class Supervisor {
   void take_signal(int number, int code);
   void reap_children();
   void worker_ended(size_t i, int status);
+  void keep_end(const WorkerState& state, pid_t process, const std::string& cause);
   void front_ended(int status);
   void give_up_late_requests();
   void advance_stop();
@@ -86,7 +87,7 @@ class Supervisor {
   bool greeted_ = false;
   int signals_ = -1;
   std::vector<Worker> workers_;
-  WorkerState* states_;
+  ServerState* server_;
   RateLimit starts_;
   Phase phase_ = Phase::serving;
   int64_t phase_deadline_ = 0;

@@ -89,12 +89,18 @@ void Visit::replace_cookie(std::string cookie) {
   has_new_cookie_ = true;
 }
 
+void Visit::announce(const std::string& action, const std::string& object) {
+  visitors_.audit.announce({account().name, address_, action, object, ""});
+}
+
 void Visit::record(const std::string& login, const std::string& action, const std::string& object,
                    const std::string& outcome) {
+  const AuditEntry entry = {login, address_, action, object, outcome};
   try {
-    visitors_.audit.record({login, address_, action, object, outcome});
+    visitors_.audit.record(entry);
   } catch (const DatabaseError& error) {
-    log_error("no audit entry for " + action + ": " + error.what());
+    log_error("the audit entry for " + action + " waits: " + error.what());
+    visitors_.audit.record_later(entry);
   }
 }
 

@@ -72,8 +72,11 @@ class Visit {
   // cookie, which session_cookie() made.
   void open_session(const std::string& cookie);
 
-  // Adds an entry to the audit trail, with the visitor's address; a failure is logged and changes
-  // nothing.
+  // Announces an entry of the audit trail: what record() will tell the outcome of.
+  void announce(const std::string& action, const std::string& object);
+
+  // Adds an entry to the audit trail, with the visitor's address; after a failure, which is logged, it
+  // waits for the next one.
   void record(const std::string& login, const std::string& action, const std::string& object,
               const std::string& outcome);
 

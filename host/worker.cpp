@@ -13,6 +13,7 @@
 #include <cstring>
 #include <utility>
 
+#include "device/log.h"
 #include "fastcgi_response.h"
 #include "last_answer.h"
 #include "query.h"
@@ -73,9 +74,7 @@ size_t announced_length(const FCGX_Request& request) {
 }
 
 void show_request(const Request& request, WorkerState* state) {
-  const std::string shown = request.method + " " + request.path;
-  const size_t length = shown.copy(state->request, sizeof(state->request) - 1);
-  state->request[length] = '\0';
+  state->request.set(request.method + " " + request.path);
 }
 
 struct Header {
@@ -105,6 +104,16 @@ Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
   return service->serve(request);
 }
 
+void count(const Response& response, ServerState* server, WorkerState* state) {
+  ++state->served;
+  ++server->requests;
+  if (response.status >= 500) {
+    ++server->failures;
+  } else if (response.status >= 400) {
+    ++server->refusals;
+  }
+}
+
 // The request was read to its end, so the connection is closed without waiting for the front.
 void hand_over(FCGX_Request* request, const Response& response) {
   const bool head = parameter(*request, "REQUEST_METHOD") == "HEAD";
@@ -118,7 +127,7 @@ void hand_over(FCGX_Request* request, const Response& response) {
 
 // Answers the request on an accepted connection. libfcgi takes the connection over because it looks
 // like one that was kept after an earlier request; without a listener it accepts no other.
-void serve_connection(int connection, Service* service, WorkerState* state) {
+void serve_connection(int connection, Service* service, ServerState* server, WorkerState* state) {
   FCGX_Request request;
   FCGX_InitRequest(&request, -1, FCGI_FAIL_ACCEPT_ON_INTR);
   request.ipcFd = connection;
@@ -128,11 +137,17 @@ void serve_connection(int connection, Service* service, WorkerState* state) {
     promise_last_answer(connection, request.requestId);
     std::string body = read_body(&request);
     if (!front_gave_up(connection)) {
-      hand_over(&request, answer(request, std::move(body), service, state));
+      const Response response = answer(request, std::move(body), service, state);
+      count(response, server, state);
+      hand_over(&request, response);
     }
   }
   withdraw_last_answer();
   FCGX_Free(&request, 1);
+}
+
+void keep_line(void* state, std::string_view line) {
+  static_cast<WorkerState*>(state)->last_line.set(line);
 }
 
 void install_signals() {
@@ -146,7 +161,11 @@ void install_signals() {
 
 }  // namespace
 
-void run_worker(int listener, const Options& options, Service* service, WorkerState* state) {
+void run_worker(int listener, const Options& options, Service* service, ServerState* server,
+                size_t number) {
+  WorkerState* state = &server->workers[number];
+  set_log_copy(keep_line, state);
+  service->join(server, number);
   FCGX_Init();
   install_signals();
   install_last_answer(state, int64_t{options.request_time} * 1000);
@@ -156,7 +175,7 @@ void run_worker(int listener, const Options& options, Service* service, WorkerSt
       return;
     }
     state->busy_since = monotonic_ms();
-    serve_connection(connection, service, state);
+    serve_connection(connection, service, server, state);
     state->busy_since = 0;
   }
 }

@@ -3,10 +3,13 @@
 #ifndef HOST_WORKER_STATE_H_
 #define HOST_WORKER_STATE_H_
 
+#include <sys/types.h>
 #include <time.h>
 
 #include <atomic>
 #include <cstdint>
+
+#include "shared_text.h"
 
 namespace platen {
 
@@ -20,8 +23,13 @@ inline int64_t monotonic_ms() {
 // Lies in memory that worker and supervisor share. The worker writes it; the supervisor reads it,
 // and clears it before the next worker takes it over.
 struct WorkerState {
+  std::atomic<pid_t> process{0};       // 0 = none runs
+  std::atomic<int64_t> started{0};     // monotonic_ms() when it was
   std::atomic<int64_t> busy_since{0};  // monotonic_ms() at the start of a request, 0 = idle
-  char request[200] = "";              // method and path of the latest request, for the log
+  std::atomic<int64_t> served{0};      // requests
+  SharedText<200> request;             // method and path of the latest request
+  SharedText<400> last_line;           // of the worker's log
+  SharedText<4096> post;               // the form that it carries out, as JSON for the audit trail
 };
 
 static_assert(std::atomic<int64_t>::is_always_lock_free, "signal handlers read it");

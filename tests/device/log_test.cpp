@@ -146,5 +146,21 @@ TEST_F(LogTest, LinesOfSeveralProcessesNeverMix) {
   }
 }
 
+TEST_F(LogTest, TheCopySeesEveryRecordedLineAsItStandsInTheLog) {
+  std::string copied;
+  set_log_copy(
+      [](void* context, std::string_view line) {
+        static_cast<std::string*>(context)->append(line).append("\n");
+      },
+      &copied);
+  Log_Entry(3, "a.cpp", 1, "one\ntwo");
+  Log_Entry(kDefaultLogLevel + 1, "a.cpp", 2, "not recorded");
+  Log_Entry(5, "a.cpp", 3, "three");
+  set_log_copy(nullptr, nullptr);
+  Log_Entry(3, "a.cpp", 4, "four");
+  EXPECT_EQ(entries(copied), (std::vector<std::string>{"3 a.cpp:1 one\\ntwo", "5 a.cpp:3 three"}));
+  EXPECT_TRUE(directory_.read("log").starts_with(copied));
+}
+
 }  // namespace
 }  // namespace platen

@@ -99,7 +99,8 @@ TEST_F(AccountCommandTest, LeavesAnAuditEntryForEachChangeWithoutThePassword) {
   ASSERT_EQ(entries.size(), 2U);
   EXPECT_EQ(entries[0].action, "account reset");
   EXPECT_EQ(entries[0].object, "nobody");
-  EXPECT_EQ(entries[0].outcome, "There is no account \"nobody\"; look at the list of accounts.");
+  EXPECT_EQ(entries[0].outcome,
+            "refused: There is no account \"nobody\"; look at the list of accounts.");
   EXPECT_EQ(entries[1].action, "account add");
   EXPECT_EQ(entries[1].object, "erika");
   EXPECT_EQ(entries[1].outcome, "done");

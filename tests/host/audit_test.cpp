@@ -86,6 +86,45 @@ TEST_F(AuditTest, DropsTheOldest) {
   EXPECT_EQ(outcomes({}), (std::vector<std::string>{"7", "6", "5", "4", "3"}));
 }
 
+TEST_F(AuditTest, TellsWhatIsUnderWayUntilItIsRecorded) {
+  std::vector<std::string> told;
+  audit_.watch([&](std::string_view text) { told.emplace_back(text); });
+  audit_.announce({"erika", "10.0.0.1", "copy", "a\xFF\"" + std::string(400, 'x'), ""});
+  audit_.record({"erika", "10.0.0.1", "copy", "a", "done"});
+  ASSERT_EQ(told.size(), 2U);
+  EXPECT_EQ(told[1], "");
+  const std::optional<AuditEntry> entry = ended_entry(told[0], "failed: exit status 1");
+  ASSERT_TRUE(entry);
+  EXPECT_EQ(entry->login, "erika");
+  EXPECT_EQ(entry->address, "10.0.0.1");
+  EXPECT_EQ(entry->action, "copy");
+  EXPECT_EQ(entry->object, "a\xEF\xBF\xBD\"" + std::string(297, 'x'));
+  EXPECT_EQ(entry->outcome, "failed: exit status 1");
+  for (const char* wrong : {"", "[", "[\"a\"]", "{}", "[1,2,3,4]", "[\"a\",\"b\",\"c\",null]"}) {
+    EXPECT_FALSE(ended_entry(wrong, "")) << wrong;
+  }
+}
+
+TEST_F(AuditTest, AddsWhatHadToWaitWithItsOwnTime) {
+  audit_.announce({"erika", "", "copy", "a", ""});
+  audit_.end_announced("failed: first");
+  audit_.end_announced("failed: nothing is announced");
+  const int64_t then = time_.now;
+  time_.now += 60;
+  audit_.record({"", "", "", "", "second"});
+  audit_.record({"", "", "", "", "third"});
+  EXPECT_EQ(outcomes({}), (std::vector<std::string>{"third", "second", "failed: first"}));
+  EXPECT_EQ(audit_.list()[2].time, then);
+  EXPECT_EQ(audit_.list()[1].time, time_.now);
+}
+
+TEST_F(AuditTest, KeepsAHundredWaitingEntries) {
+  Audit all(database_);
+  for (int i = 0; i < 101; ++i) all.record_later({"", "", "", "", "waiting"});
+  all.record({"", "", "", "", "last"});
+  EXPECT_EQ(all.list({.limit = 1000}).size(), 101U);
+}
+
 TEST_F(AuditTest, CutsLongTexts) {
   audit_.record({"", "", "", std::string(5000, 'x'), ""});
   EXPECT_EQ(audit_.list()[0].object, std::string(1000, 'x'));

@@ -12,6 +12,7 @@
 
 #include "device/configuration.h"
 #include "device/log.h"
+#include "device/messages.h"
 #include "device/phrases.h"
 #include "platform/configapi.h"
 #include "platform/log.h"
@@ -211,6 +212,8 @@ void set_configuration_author(const std::string&) {}
 std::vector<ConfigurationChange> configuration_history(int) { return module_double().changes; }
 
 bool is_secret_setting(std::string_view key) { return key.ends_with(".password"); }
+
+long pool_generation() { return 7; }
 
 long configuration_writes(const std::string&) { return 0; }
 

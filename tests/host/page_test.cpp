@@ -55,30 +55,30 @@ class PageTest : public PageFixture {
 };
 
 TEST_F(PageTest, RefusesTagsThatItCannotUnderstand) {
-  expect_faults(
-      "p.html",
-      {
-          {"<!--#reason-->", ""},
-          {"x\n <!--#Reason-->",
-           "p.html:2:2: unknown tag \"Reason\"; the tags are parser, include, reason, "
-           "phrase, template, token, languages, login, posted, page, notice, accounts, jobs, "
-           "mailbox, session, difference, versions or deleted"},
-          {"<!--#parser-->", "p.html:1:1: the tag parser needs the attribute fn"},
-          {"<!--#parser fn=\"\"-->", "p.html:1:1: the tag parser needs the attribute fn"},
-          {"<!--#phrase-->", "p.html:1:1: the tag phrase needs the attribute id"},
-          {"<!--#include-->", "p.html:1:1: the tag include needs the attribute file"},
-          {"<!--#phrase id=\"1\" arg=\"x\"-->",
-           "p.html:1:1: unknown attribute arg in the tag phrase; it takes id or format"},
-          {"<!--#parser fn=\"HTTP_Parser_Nothing_fn\"-->",
-           "p.html:1:1: unknown parser function \"HTTP_Parser_Nothing_fn\""},
-          {"<!--#parser fn=\"HTTP_Parser_Set_fn\"-->",
-           "p.html:1:1: HTTP_Parser_Set_fn is a form handler; a form posts to it, a tag "
-           "cannot call it"},
-          {"a<!--#reason\n-",
-           "p.html:2:1: the tag reason takes attributes such as "
-           "name=\"value\", with a blank before each, and ends with "
-           "\"-->\""},
-      });
+  expect_faults("p.html",
+                {
+                    {"<!--#reason-->", ""},
+                    {"x\n <!--#Reason-->",
+                     "p.html:2:2: unknown tag \"Reason\"; the tags are parser, include, reason, "
+                     "phrase, template, token, languages, login, posted, page, audit, status, "
+                     "notice, accounts, jobs, "
+                     "mailbox, session, difference, versions or deleted"},
+                    {"<!--#parser-->", "p.html:1:1: the tag parser needs the attribute fn"},
+                    {"<!--#parser fn=\"\"-->", "p.html:1:1: the tag parser needs the attribute fn"},
+                    {"<!--#phrase-->", "p.html:1:1: the tag phrase needs the attribute id"},
+                    {"<!--#include-->", "p.html:1:1: the tag include needs the attribute file"},
+                    {"<!--#phrase id=\"1\" arg=\"x\"-->",
+                     "p.html:1:1: unknown attribute arg in the tag phrase; it takes id or format"},
+                    {"<!--#parser fn=\"HTTP_Parser_Nothing_fn\"-->",
+                     "p.html:1:1: unknown parser function \"HTTP_Parser_Nothing_fn\""},
+                    {"<!--#parser fn=\"HTTP_Parser_Set_fn\"-->",
+                     "p.html:1:1: HTTP_Parser_Set_fn is a form handler; a form posts to it, a tag "
+                     "cannot call it"},
+                    {"a<!--#reason\n-",
+                     "p.html:2:1: the tag reason takes attributes such as "
+                     "name=\"value\", with a blank before each, and ends with "
+                     "\"-->\""},
+                });
 }
 
 TEST_F(PageTest, RefusesFormatsThatAFunctionDoesNotHave) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 #include "page_fixture.h"
@@ -143,6 +144,37 @@ TEST_F(ServiceTest, KeepsWhatTemplatesHeldWithTheNameOfWhoeverIsLoggedIn) {
   EXPECT_EQ(module_double().history.back(), "/history 20 ");
 }
 
+TEST_F(ServiceTest, AuditsTheFormsOfWorkersThatHaveEnded) {
+  const auto server = std::make_unique<ServerState>();
+  service_->join(server.get(), 0);
+  log_in(Role::user);
+  const std::string fields = std::string("ParserFilename=") + kFile;
+  post(kDelete, fields);
+  EXPECT_EQ(server->workers[0].post.get(), "");
+  WorkerEnd& end = server->ends[3];
+  end.post.set("[\"erika\",\"192.0.2.1\",\"job\",\"scan\"]");
+  end.cause.set("signal 9 (Killed)");
+  end.last_line.set("4711 3 x.cpp:1 gone");
+  end.time = 1'800'000'000;
+  end.is_audited = false;
+  get("/");
+  get("/");
+  EXPECT_EQ(audit().size(), 2U);
+  EXPECT_EQ(
+      audit()[1],
+      "erika 192.0.2.1 job scan: failed: signal 9 (Killed); last logged: 4711 3 x.cpp:1 gone");
+  EXPECT_EQ(visitors_.audit.list()[0].time, 1'800'000'000);
+}
+
+TEST_F(ServiceTest, AuditsWhichOfSeveralThingsAFormDoes) {
+  log_in(Role::administrator);
+  post("/do/account", "what=disable&name=max");
+  post("/do/account", "what=promote&name=max");
+  EXPECT_TRUE(audit()[0].starts_with("erika 192.0.2.1 account disable max: refused: "))
+      << audit()[0];
+  EXPECT_TRUE(audit()[1].starts_with("erika 192.0.2.1 account max: refused: ")) << audit()[1];
+}
+
 TEST_F(ServiceTest, KeepsWhatIsLeftForASessionWhileOthersFillTheStore) {
   const auto is_kept = [this] {
     Request request;
@@ -276,7 +308,7 @@ TEST_F(ServiceTest, LeavesOneAuditEntryForEachRefusal) {
           "typed is kept, and shown again then. It is not sent yet.",
           who + "HTTP_Parser_Delete_fn : refused: The field \"ParserFilename\" is missing; fill it "
                 "in.",
-          who + "account admin: refused: Only an administrator may do this. Log in as one.",
+          who + "account reset admin: refused: Only an administrator may do this. Log in as one.",
           who + "/do/nothing : refused: no such form",
           who + "/index.html : refused: method POST",
           who + kDelete + " : refused: method GET",

@@ -244,11 +244,12 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
   const Response response = request("/p.html");
   EXPECT_EQ(response.status, 500);
   EXPECT_NE(response.body.find("The page /p.html has a fault."), std::string::npos);
-  EXPECT_EQ(module_double().log, (std::vector<std::string>{
-                                     "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
-                                     "parser, include, reason, phrase, template, token, languages, "
-                                     "login, posted, page, notice, accounts, jobs, mailbox, "
-                                     "session, difference, versions or deleted"}));
+  EXPECT_EQ(module_double().log,
+            (std::vector<std::string>{
+                "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
+                "parser, include, reason, phrase, template, token, languages, "
+                "login, posted, page, audit, status, notice, accounts, jobs, mailbox, "
+                "session, difference, versions or deleted"}));
 }
 
 TEST_F(SiteTest, AnswersAPrintOfUnknownValuesWith500AndNoneOfThePage) {
@@ -290,7 +291,8 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
   EXPECT_EQ(site_.check(),
             (std::vector<std::string>{
                 "x.inc:1:1: unknown tag \"oh\"; the tags are parser, include, reason, phrase, "
-                "template, token, languages, login, posted, page, notice, accounts, jobs, mailbox, "
+                "template, token, languages, login, posted, page, audit, status, notice, accounts, "
+                "jobs, mailbox, "
                 "session, "
                 "difference, versions or deleted",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
