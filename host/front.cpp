@@ -3,7 +3,10 @@
 #include "front.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,7 +32,7 @@ constexpr const char* kSocketName = "workers.sock";
 constexpr const char* kConfiguration = R"(server.document-root = env.DIRECTORY + "/files"
 server.systemd-socket-activation = "enable"
 server.tag = ""
-server.modules = ( "mod_setenv", "mod_fastcgi" )
+server.modules = ( "mod_redirect", "mod_setenv", "mod_fastcgi" )
 server.errorfile-prefix = env.DIRECTORY + "/errors/"
 server.upload-dirs = ( env.DIRECTORY + "/uploads" )
 server.stream-request-body = 0
@@ -68,6 +71,12 @@ $HTTP["url"] =~ "^/static/" {
     "x-sendfile-docroot" => ( "/var/spool/nc/image_store/s2mailbox" ),
 )";
 
+constexpr const char* kTlsConfiguration = R"(server.modules += ( "mod_openssl" )
+ssl.engine = "enable"
+ssl.pemfile = env.CERTIFICATE
+ssl.privkey = env.PRIVATE_KEY
+)";
+
 // The workers give up a request first, and its user then gets the page for that.
 constexpr int kSecondsAfterWorkers = 10;
 
@@ -86,6 +95,14 @@ FrontLimits limits_here() {
   getrlimit(RLIMIT_NOFILE, &files);
   const long descriptors = static_cast<long>(std::min<rlim_t>(files.rlim_max, 1 << 20));
   return front_limits(descriptors, read_number("/proc/sys/net/core/somaxconn", 128));
+}
+
+// Changes when the file is written or replaced.
+std::string state_of(const std::string& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) return "-";
+  return std::to_string(status.st_ino) + "," + std::to_string(status.st_size) + "," +
+         std::to_string(status.st_mtim.tv_sec) + "," + std::to_string(status.st_mtim.tv_nsec) + ";";
 }
 
 void write_file(const std::string& path, const std::string& text) {
@@ -115,11 +132,22 @@ std::string front_configuration(const FrontLimits& limits, int request_time) {
          setting("server.max-connections = ", limits.connections);
 }
 
-Front::Front(std::string directory, std::string pages, int listener, int request_time)
+std::string tls_configuration(const std::string& port, const std::string& plain) {
+  const std::string tls = kTlsConfiguration;
+  if (plain.empty()) return tls;
+  return tls + "$SERVER[\"socket\"] == \"" + plain + "\" { ssl.engine = \"disable\" }\n" +
+         "$HTTP[\"scheme\"] == \"http\" { $HTTP[\"host\"] =~ \"^(.*?)(:\\d+)?$\" {\n" +
+         "  url.redirect-code = 302\n" + "  url.redirect = ( \"\" => \"https://%1:" + port +
+         "${url.path}${qsa}\" )\n} }\n";
+}
+
+Front::Front(std::string directory, std::vector<int> listeners, const Options& options)
     : directory_(std::move(directory)),
-      pages_(std::move(pages)),
-      listener_(listener),
-      request_time_(request_time) {}
+      pages_(options.pages),
+      listeners_(std::move(listeners)),
+      request_time_(options.request_time),
+      certificate_(options.certificate),
+      private_key_(options.private_key) {}
 
 // Renamed into its place, so that there is a link at any time.
 void Front::link_static_files() const {
@@ -153,7 +181,13 @@ bool Front::prepare(std::string* error) {
       write_file(directory_ + "/errors/" + std::to_string(status) + ".html",
                  error_response_for_all(status).body);
     }
-    write_file(directory_ + "/lighttpd.conf", front_configuration(limits_here(), request_time_));
+    std::string configuration = front_configuration(limits_here(), request_time_);
+    if (!certificate_.empty()) {
+      configuration +=
+          tls_configuration(listener_port(listeners_[0]),
+                            listeners_.size() > 1 ? listener_address(listeners_[1]) : "");
+    }
+    write_file(directory_ + "/lighttpd.conf", configuration);
   } catch (const std::exception& fault) {
     *error = "the web server's files cannot be written: " + std::string(fault.what());
     return false;
@@ -171,12 +205,14 @@ bool Front::start(std::string* error) {
   if (!prepare(error)) {
     return false;
   }
+  certificate_in_use_ = certificate_state();
   if (pipe2(log, O_CLOEXEC) != 0 || (process_ = fork_child()) < 0) {
     *error = "lighttpd cannot be started: " + std::string(strerror(errno));
     return false;
   }
   if (process_ == 0) {
-    run(program, log[1]);
+    dup2(log[1], STDERR_FILENO);
+    run(program, "-D");
   }
   close(log[1]);
   log_ = log[0];
@@ -186,21 +222,52 @@ bool Front::start(std::string* error) {
 }
 
 // In a process group of its own Ctrl-C does not reach it: it is stopped in its turn.
-void Front::run(const std::string& program, int log) const {
+void Front::run(const std::string& program, const char* mode) const {
   setpgid(0, 0);
-  dup2(log, STDERR_FILENO);
-  dup2(log, STDOUT_FILENO);
-  pass_on_listener(listener_);
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  pass_on_listeners(listeners_);
   setenv("DIRECTORY", directory_.c_str(), 1);
-  run_program(program, {"-D", "-f", directory_ + "/lighttpd.conf"});
+  setenv("CERTIFICATE", certificate_.c_str(), 1);
+  setenv("PRIVATE_KEY", private_key_.c_str(), 1);
+  run_program(program, {mode, "-f", directory_ + "/lighttpd.conf"});
   perror(program.c_str());
   _exit(1);
 }
 
-// Its coming and going is told by platend itself.
+std::string Front::certificate_state() const {
+  return state_of(certificate_) + state_of(private_key_);
+}
+
+// Asked of a second lighttpd, which listens nowhere and ends at once.
+bool Front::certificate_is_sound(std::string* error) const {
+  if (certificate_state() == certificate_in_use_) return true;
+  int status = -1;
+  const pid_t trial = fork_child();
+  if (trial == 0) {
+    run(find_program("lighttpd"), "-tt");
+  }
+  if (trial > 0) waitpid(trial, &status, 0);
+  if (status == 0) return true;
+  *error = "lighttpd cannot take the certificate " + certificate_ + " with the key " +
+           private_key_ + "; its reason stands above";
+  return false;
+}
+
+// SIGUSR1 has it finish what it has begun and start anew in the same process.
+void Front::renew_certificate() {
+  const std::string state = certificate_state();
+  if (process_ != 0 && state != std::exchange(certificate_in_use_, state)) {
+    kill(process_, SIGUSR1);
+    Log_Entry(LOG_LEVEL_NOTICE, kSource, 0, "The certificate was renewed.");
+  }
+}
+
+// Its coming and going is told by platend itself. When it starts anew, it means to watch sockets
+// that it watches already.
 void Front::log_line(const std::string& line) {
   const auto holds = [&](const char* text) { return line.find(text) != std::string::npos; };
-  const bool routine = holds("server started") || holds("server stopped") || holds("[note]");
+  const bool routine = holds("server started") || holds("server stopped") || holds("[note]") ||
+                       holds("event_set failed");
   serving_ = serving_ || holds("server started");
   Log_Entry(routine ? LOG_LEVEL_TRACE : LOG_LEVEL_WARNING, kSource, 0, "%s", line.c_str());
 }

@@ -6,6 +6,9 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
+
+#include "options.h"
 
 namespace platen {
 
@@ -24,12 +27,18 @@ FrontLimits front_limits(long descriptors, long backlog);
 // that no path needs quoting.
 std::string front_configuration(const FrontLimits& limits, int request_time);
 
+// What comes to that configuration with TLS: all sockets speak it but that of the address `plain`,
+// if there is one, where everything is led to the port `port`.
+std::string tls_configuration(const std::string& port, const std::string& plain);
+
 // The web server. One object at most; it does not end the process when it goes.
 class Front {
  public:
-  // Serves HTTP on `listener` from `directory`, an empty private directory: the files below
-  // `pages`/static itself, all else by FastCGI from the socket worker_socket(`directory`).
-  Front(std::string directory, std::string pages, int listener, int request_time);
+  // Serves HTTP, or HTTPS where `options` hold a certificate, on the first of `listeners` from
+  // `directory`, an empty private directory: the files below static/ of the options' pages itself,
+  // all else by FastCGI from the socket worker_socket(`directory`). With a certificate, a second
+  // listener leads plain HTTP to the first.
+  Front(std::string directory, std::vector<int> listeners, const Options& options);
 
   // Writes what lighttpd needs into the directory and starts it. Returns false and sets `error`
   // when it is not installed or cannot be started.
@@ -38,6 +47,14 @@ class Front {
   // Serves the static files of other pages from now on. Returns false, with `error` set and the
   // former ones still served, when that cannot be.
   bool choose_pages(const std::string& pages, std::string* error);
+
+  // Whether the files of the certificate are those in use, or others that the web server can take.
+  // Returns false, with `error` set and the cause on standard error, when they are neither.
+  bool certificate_is_sound(std::string* error) const;
+
+  // Has the web server take the files of the certificate if they are others than those in use, once
+  // what is under way has ended, and without refusing a connection meanwhile.
+  void renew_certificate();
 
   // The process, 0 when there is none, and the descriptor that is readable when it has logged.
   pid_t process() const { return process_; }
@@ -56,12 +73,16 @@ class Front {
   bool prepare(std::string* error);
   void link_static_files() const;
   void log_line(const std::string& line);
-  [[noreturn]] void run(const std::string& program, int log) const;
+  std::string certificate_state() const;
+  [[noreturn]] void run(const std::string& program, const char* mode) const;
 
   std::string directory_;
   std::string pages_;
-  int listener_;
+  std::vector<int> listeners_;
   int request_time_;
+  std::string certificate_;  // empty: plain HTTP
+  std::string private_key_;
+  std::string certificate_in_use_;  // the state of its files when they were taken
   pid_t process_ = 0;
   int log_ = -1;
   std::string unfinished_line_;

@@ -9,16 +9,23 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <numeric>
+#include <utility>
 
 namespace platen {
 namespace {
 
 // The system cuts it to its own limit.
 constexpr int kBacklog = 65535;
+
+// What a program is handed stands from the first number on.
+constexpr int kFirstInherited = 3;
+constexpr int kMostInherited = 2;
 
 int fail(int socket, std::string* error, const std::string& text) {
   *error = text;
@@ -48,9 +55,21 @@ bool is_abandoned_socket(const sockaddr_un& address) {
   return refused;
 }
 
+std::pair<std::string, std::string> name_of(int listener) {
+  sockaddr_storage address = {};
+  socklen_t length = sizeof(address);
+  char host[NI_MAXHOST] = "";
+  char port[NI_MAXSERV] = "";
+  getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+  getnameinfo(reinterpret_cast<const sockaddr*>(&address), length, host, sizeof(host), port,
+              sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV);
+  return {host, port};
+}
+
 }  // namespace
 
-int listen_tcp(const std::string& address, int port, std::string* error) {
+int listen_tcp(const std::string& address, int port, const std::string& option,
+               std::string* error) {
   addrinfo hints = {};
   hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
   hints.ai_socktype = SOCK_STREAM;
@@ -65,7 +84,7 @@ int listen_tcp(const std::string& address, int port, std::string* error) {
   setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
   if (bind(listener, found->ai_addr, found->ai_addrlen) != 0 || listen(listener, kBacklog) != 0) {
     return fail(listener, error,
-                bind_fault("port " + std::to_string(port) + " of " + address, "--port"));
+                bind_fault("port " + std::to_string(port) + " of " + address, option));
   }
   return listener;
 }
@@ -93,39 +112,39 @@ int listen_unix(const std::string& path, std::string* error) {
   return listener;
 }
 
-bool take_inherited_listener() {
+std::vector<int> take_inherited_listeners() {
   const char* count = getenv("LISTEN_FDS");
   const char* owner = getenv("LISTEN_PID");
-  const bool inherited = count != nullptr && strcmp(count, "1") == 0 &&
-                         (owner == nullptr || owner == std::to_string(getpid()));
+  const bool inherited =
+      count != nullptr && (owner == nullptr || owner == std::to_string(getpid()));
+  std::vector<int> listeners(inherited ? std::clamp(std::atoi(count), 0, kMostInherited) : 0);
+  std::iota(listeners.begin(), listeners.end(), kFirstInherited);
+  for (const int listener : listeners) {
+    fcntl(listener, F_SETFD, FD_CLOEXEC);
+  }
   unsetenv("LISTEN_FDS");
   unsetenv("LISTEN_PID");
-  if (inherited) {
-    fcntl(kInheritedListener, F_SETFD, FD_CLOEXEC);
-  }
-  return inherited;
+  return listeners;
 }
 
-void pass_on_listener(int listener) {
-  if (listener == kInheritedListener) {
-    fcntl(listener, F_SETFD, 0);
-  } else {
-    dup2(listener, kInheritedListener);
+// They first move out of the way of each other.
+void pass_on_listeners(const std::vector<int>& listeners) {
+  std::vector<int> copies;
+  for (const int listener : listeners) {
+    copies.push_back(fcntl(listener, F_DUPFD_CLOEXEC, kFirstInherited + kMostInherited));
   }
-  setenv("LISTEN_FDS", "1", 1);
+  for (size_t i = 0; i < copies.size(); ++i) {
+    dup2(copies[i], kFirstInherited + static_cast<int>(i));
+  }
+  setenv("LISTEN_FDS", std::to_string(listeners.size()).c_str(), 1);
   setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
 }
 
-std::string listener_url(int listener) {
-  sockaddr_storage address = {};
-  socklen_t length = sizeof(address);
-  char host[NI_MAXHOST] = "";
-  char port[NI_MAXSERV] = "";
-  getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
-  getnameinfo(reinterpret_cast<const sockaddr*>(&address), length, host, sizeof(host), port,
-              sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV);
-  const std::string name = address.ss_family == AF_INET6 ? "[" + std::string(host) + "]" : host;
-  return "http://" + name + ":" + port + "/";
+std::string listener_address(int listener) {
+  const auto [host, port] = name_of(listener);
+  return (host.find(':') == std::string::npos ? host : "[" + host + "]") + ":" + port;
 }
+
+std::string listener_port(int listener) { return name_of(listener).second; }
 
 }  // namespace platen

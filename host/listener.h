@@ -4,32 +4,31 @@
 #define HOST_LISTENER_H_
 
 #include <string>
+#include <vector>
 
 namespace platen {
-
-// The number of the one descriptor that a program may be handed by the variable LISTEN_FDS.
-inline constexpr int kInheritedListener = 3;
 
 // Each of these returns a listening socket, closed by exec(), or -1 with `error` set to a sentence
 // that names the address and what to do. The backlog is as long as the system allows.
 
-// Listens on a numeric IPv4 or IPv6 address; port 0 takes any free one.
-int listen_tcp(const std::string& address, int port, std::string* error);
+// Listens on a numeric IPv4 or IPv6 address; port 0 takes any free one. `option` is the one that
+// chooses the port.
+int listen_tcp(const std::string& address, int port, const std::string& option, std::string* error);
 
 // Listens on a Unix socket that only its owner may use. A socket file at `path` that nobody listens
 // on any more is replaced; anything else there is an error.
 int listen_unix(const std::string& path, std::string* error);
 
-// Returns whether this process was started with a listening socket as kInheritedListener
-// (LISTEN_FDS=1, and LISTEN_PID its own id if set), and takes both out of the environment.
-bool take_inherited_listener();
+// The listening sockets that this process was started with (LISTEN_FDS, and LISTEN_PID its own id if
+// set), in their order; takes both out of the environment.
+std::vector<int> take_inherited_listeners();
 
-// To be called between fork and exec: makes `listener` the inherited listener of the program to be
-// run.
-void pass_on_listener(int listener);
+// To be called between fork and exec: makes the listeners those that the program to be run inherits.
+void pass_on_listeners(const std::vector<int>& listeners);
 
-// The address of a TCP listener as a browser takes it, "http://127.0.0.1:8080/".
-std::string listener_url(int listener);
+// The address of a TCP listener, "127.0.0.1:8080" or "[::1]:8080", and its port alone.
+std::string listener_address(int listener);
+std::string listener_port(int listener);
 
 }  // namespace platen
 

@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 
 #include "account_command.h"
 #include "accounts.h"
+#include "certificate_command.h"
 #include "config_command.h"
 #include "device/configuration.h"
 #include "device/database.h"
@@ -126,7 +128,8 @@ std::string path_from_sandbox(const std::string& file) {
 
 // The same program again, with absolute paths where it had others. It reads the configuration file
 // itself, so that it can do so again.
-int serve_in_sandbox(const Options& options, const ParserModule& module, int listener) {
+int serve_in_sandbox(const Options& options, const ParserModule& module,
+                     const std::vector<int>& listeners) {
   std::string error;
   if (!has_history(options, &error)) {
     return refuse(error);
@@ -135,7 +138,7 @@ int serve_in_sandbox(const Options& options, const ParserModule& module, int lis
   program.program = fs::read_symlink("/proc/self/exe");
   program.arguments = options.arguments;
   program.readable = {program.program, fs::canonical(module.store_file())};
-  program.listener = listener;
+  program.listeners = listeners;
   const auto pass = [&](const std::string& name, const std::string& path) {
     program.arguments.push_back(std::string(name).append("=").append(path));
     return path;
@@ -146,8 +149,13 @@ int serve_in_sandbox(const Options& options, const ParserModule& module, int lis
   program.writable = {pass("--state", absolute(options.state)),
                       pass("--history", absolute(options.history))};
   fs::create_directories(options.state);
-  if (!options.log_file.empty()) pass("--log-file", path_from_sandbox(options.log_file));
-  if (!options.config.empty()) pass("--config", path_from_sandbox(options.config));
+  const auto pass_outer = [&](const std::string& name, const std::string& file) {
+    if (!file.empty()) pass(name, path_from_sandbox(file));
+  };
+  pass_outer("--log-file", options.log_file);
+  pass_outer("--config", options.config);
+  pass_outer("--certificate", options.certificate);
+  pass_outer("--private-key", options.private_key);
   program.arguments.emplace_back("--sandboxed");
   return run_sandboxed(fs::canonical(options.data), program);
 }
@@ -171,7 +179,7 @@ int serve_behind(Options* options, Service* service, int listener) {
       .run();
 }
 
-int serve_http(Options* options, Service* service, int listener) {
+int serve_http(Options* options, Service* service, const std::vector<int>& listeners) {
   std::string error;
   RuntimeDirectory directory;
   int workers_listener = -1;
@@ -180,13 +188,15 @@ int serve_http(Options* options, Service* service, int listener) {
     return refuse(error);
   }
   fcntl(workers_listener, F_SETFL, O_NONBLOCK);
-  Front front(directory.path(), options->pages, listener, options->request_time);
+  const std::string scheme = options->certificate.empty() ? "http://" : "https://";
+  const std::string address = scheme + listener_address(listeners.front()) + "/";
+  Front front(directory.path(), listeners, *options);
   return Supervisor(*options, service, workers_listener, &front,
-                    duties_of(options, service, &front, listener_url(listener)))
+                    duties_of(options, service, &front, address))
       .run();
 }
 
-int serve_here(Options options, const ParserModule& module, int listener) {
+int serve_here(Options options, const ParserModule& module, const std::vector<int>& listeners) {
   std::string error;
   set_log_level(options.log_level);
   if (!open_device(options, &error)) {
@@ -197,32 +207,48 @@ int serve_here(Options options, const ParserModule& module, int listener) {
   }
   module.init();
   Service service(options.pages, module, database_file(options), options.history);
-  return options.fastcgi.empty() ? serve_http(&options, &service, listener)
-                                 : serve_behind(&options, &service, listener);
+  return options.fastcgi.empty() ? serve_http(&options, &service, listeners)
+                                 : serve_behind(&options, &service, listeners.front());
 }
 
-int serve_on(int listener, const Options& options, const ParserModule& module) {
+int serve_on(const std::vector<int>& listeners, const Options& options,
+             const ParserModule& module) {
   std::string error;
   if (!options.log_file.empty() && !redirect_log(options.log_file, &error)) {
     return refuse(error);
   }
-  return options.data.empty() ? serve_here(options, module, listener)
-                              : serve_in_sandbox(options, module, listener);
+  return options.data.empty() ? serve_here(options, module, listeners)
+                              : serve_in_sandbox(options, module, listeners);
 }
 
-// Opens the socket on which the world talks to the workers or the web server, unless it was handed
-// in, and removes its file in the end.
+// Opens the sockets on which the world talks to the workers or the web server. Returns none, with
+// `error` set, when one cannot be had.
+std::vector<int> open_listeners(const Options& options, std::string* error) {
+  if (!options.fastcgi.empty()) {
+    const int listener = listen_unix(options.fastcgi, error);
+    return listener < 0 ? std::vector<int>{} : std::vector<int>{listener};
+  }
+  std::vector<int> listeners = {listen_tcp(options.address, options.port, "--port", error)};
+  if (options.redirect_port != 0) {
+    listeners.push_back(
+        listen_tcp(options.address, options.redirect_port, "--redirect-port", error));
+  }
+  return std::ranges::count(listeners, -1) == 0 ? listeners : std::vector<int>{};
+}
+
+// Serves on new sockets, unless some were handed in, and removes the file of a Unix socket in the
+// end.
 int open_and_serve(const Options& options, const ParserModule& module) {
-  if (take_inherited_listener()) {
-    return serve_on(kInheritedListener, options, module);
+  const std::vector<int> inherited = take_inherited_listeners();
+  if (!inherited.empty()) {
+    return serve_on(inherited, options, module);
   }
   std::string error;
-  const int listener = options.fastcgi.empty() ? listen_tcp(options.address, options.port, &error)
-                                               : listen_unix(options.fastcgi, &error);
-  if (listener < 0) {
+  const std::vector<int> listeners = open_listeners(options, &error);
+  if (listeners.empty()) {
     return refuse(error);
   }
-  const int status = serve_on(listener, options, module);
+  const int status = serve_on(listeners, options, module);
   if (!options.fastcgi.empty()) {
     unlink(options.fastcgi.c_str());
   }
@@ -241,10 +267,11 @@ int serve(const Options& options) {
 }
 
 int run_command(const Options& options) {
+  const std::string& name = options.command.front();
   const std::vector<std::string> words(options.command.begin() + 1, options.command.end());
-  return options.command.front() == "account"
-             ? account_command(words, database_file(options), stdout, stderr)
-             : config_command(words, database_file(options), stdout, stderr);
+  if (name == "certificate") return certificate_command(words, options.state, stdout, stderr);
+  return name == "account" ? account_command(words, database_file(options), stdout, stderr)
+                           : config_command(words, database_file(options), stdout, stderr);
 }
 
 // What lies elsewhere can be served without one of them.

@@ -13,7 +13,7 @@
 namespace platen {
 namespace {
 
-constexpr std::string_view kCommands[] = {"account", "config"};
+constexpr std::string_view kCommands[] = {"account", "certificate", "config"};
 
 struct Flag {
   bool Options::*field;
@@ -54,6 +54,12 @@ const OptionRow kOptions[] = {
      "port of the web server, 0 for any free one (8080)"},
     {"--address", "IP", Use::setting, Text{&Options::address},
      "address of the web server (127.0.0.1)"},
+    {"--certificate", "FILE", Use::setting, Path{&Options::certificate},
+     "serve HTTPS with this certificate and its chain (PEM)"},
+    {"--private-key", "FILE", Use::setting, Path{&Options::private_key},
+     "the certificate's private key (PEM)"},
+    {"--redirect-port", "N", Use::setting, Number{&Options::redirect_port, 0, 65535},
+     "port on which plain HTTP is led to HTTPS, 0 for none (0)"},
     {"--fastcgi", "SOCKET", Use::setting, Path{&Options::fastcgi},
      "start no web server; answer FastCGI on this Unix socket instead"},
     {"--data", "DIR", Use::setting, Path{&Options::data},
@@ -180,17 +186,35 @@ std::string set_option(std::string_view name, const std::string& value, const st
   return fault.empty() ? "" : std::string(name) + fault;
 }
 
+namespace {
+
+std::string contradiction_in(const Options& options) {
+  const Options defaults;
+  if (options.certificate.empty() != options.private_key.empty()) {
+    return "--certificate and --private-key go together";
+  }
+  if (options.redirect_port != 0 && options.certificate.empty()) {
+    return "--redirect-port leads to HTTPS, so it needs --certificate";
+  }
+  if (options.fastcgi.empty()) return "";
+  if (!options.certificate.empty()) {
+    return "--fastcgi starts no web server, so it takes no --certificate";
+  }
+  return options.port == defaults.port && options.address == defaults.address
+             ? ""
+             : "--fastcgi starts no web server, so it goes with neither --port nor --address";
+}
+
+}  // namespace
+
 std::string settings_directory(const Options& options) {
   if (!options.settings.empty()) return options.settings;
   return options.data.empty() ? "/etc/platen" : options.data + "/etc";
 }
 
 std::string fill_defaults(Options* options) {
-  const Options defaults;
-  if (!options->fastcgi.empty() &&
-      (options->port != defaults.port || options->address != defaults.address)) {
-    return "--fastcgi starts no web server, so it goes with neither --port nor --address";
-  }
+  const std::string contradiction = contradiction_in(*options);
+  if (!contradiction.empty()) return contradiction;
   const auto fill = [](std::string* field, const std::string& value) {
     if (field->empty()) {
       *field = value;
@@ -234,13 +258,14 @@ std::string help_text() {
       "platend serves the pages of a networked scanner.\n\n"
       "Usage: platend [OPTION]...\n"
       "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n"
-      "       platend [OPTION]... config list|get|set [KEY [VALUE]]\n\n"
+      "       platend [OPTION]... config list|get|set [KEY [VALUE]]\n"
+      "       platend [OPTION]... certificate [NAME]...\n\n"
       "It starts lighttpd as its web server, answers the pages with a few worker processes\n"
       "of its own, and prints the address once it serves. Ctrl-C stops everything.\n\n"
       "At its first start it makes the account \"admin\" and prints its password. With "
       "\"account\"\n"
       "it manages the accounts of the same --data or --state, with \"config\" the device's\n"
-      "settings there, and ends.\n\n"
+      "settings there, and ends; \"certificate\" makes a self-signed one for a first try.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
     if (row.help.empty()) continue;

@@ -17,12 +17,16 @@ struct Options {
   bool check = false;
   bool sandboxed = false;              // the process runs in the sandbox that `data` asked for
   std::vector<std::string> arguments;  // those that parse_options() has read
-  std::vector<std::string> command;    // "account" or "config" and the words after it; empty: serve
+  std::vector<std::string>
+      command;         // "account", "certificate" or "config" and the words after it; empty: serve
   std::string config;  // configuration file; empty: platend.conf in `settings`, if it is there
   std::string address = "127.0.0.1";
-  int port = 8080;      // 0: any free one
-  std::string fastcgi;  // Unix socket; empty: platend starts its own web server
-  std::string data;     // empty: the device's own paths
+  int port = 8080;          // 0: any free one
+  std::string certificate;  // file with the chain; empty: no TLS
+  std::string private_key;
+  int redirect_port = 0;  // where plain HTTP is led to TLS; 0: nowhere
+  std::string fastcgi;    // Unix socket; empty: platend starts its own web server
+  std::string data;       // empty: the device's own paths
   std::string pages;
   std::string module;
   std::string settings;  // directory of paths.txt, and of phrases on top of those of the pages
@@ -36,7 +40,7 @@ struct Options {
 };
 
 // Reads the arguments after the program's name over `options`, as "--name value" or "--name=value";
-// of an option given twice the last one counts. A command, "account" or "config", ends the options.
+// of an option given twice the last one counts. A command, such as "account", ends the options.
 // Returns false and sets `error` to one sentence that names the option when an argument is not
 // understood; `options` is unspecified then.
 bool parse_options(const std::vector<std::string>& arguments, Options* options, std::string* error);

@@ -30,7 +30,8 @@ bool reload(Options* options, Service* service, Front* front) {
   std::string fault;
   parse_options(options->arguments, &fresh, &fault);
   if (log_faults(complete_options(&fresh)) || log_faults(served_file_faults(fresh))) return false;
-  if (!load_served_files(fresh, &fault) ||
+  if ((front != nullptr && !front->certificate_is_sound(&fault)) ||
+      !load_served_files(fresh, &fault) ||
       (!fresh.log_file.empty() && !redirect_log(fresh.log_file, &fault)) ||
       (front != nullptr && !front->choose_pages(fresh.pages, &fault))) {
     return !log_faults({fault});
@@ -40,6 +41,7 @@ bool reload(Options* options, Service* service, Front* front) {
               "The setting %s has changed and counts from the next start on.", name.c_str());
   }
   service->choose_pages(options->pages);
+  if (front != nullptr) front->renew_certificate();
   set_log_level(options->log_level);
   return true;
 }

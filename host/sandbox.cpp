@@ -101,7 +101,7 @@ pid_t read_sandboxed_process(int report) {
   std::vector<std::string> arguments = {"--info-fd", std::to_string(kept_report)};
   const auto rest = sandbox_arguments(data, program);
   arguments.insert(arguments.end(), rest.begin(), rest.end());
-  pass_on_listener(program.listener);
+  pass_on_listeners(program.listeners);
   run_program(bwrap, arguments);
   perror(bwrap.c_str());
   _exit(1);

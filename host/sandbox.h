@@ -14,7 +14,7 @@ struct SandboxedProgram {
   std::vector<std::string> arguments;  // after the program's name
   std::vector<std::string> readable;   // absolute paths that it must see; missing ones are left out
   std::vector<std::string> writable;   // absolute paths of directories that it may write
-  int listener = -1;                   // becomes its inherited listener
+  std::vector<int> listeners;          // become those that it inherits
 };
 
 // Makes the parts of a device tree in `data` that are missing (pool, tarn, spool, state). Returns

@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "served_files.h"
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 #include "clone_phrases.h"
@@ -50,12 +54,24 @@ std::vector<std::string> phrase_faults(const Options& options) {
   return clone_name_faults(options);
 }
 
+std::vector<std::string> certificate_faults(const Options& options) {
+  std::vector<std::string> faults;
+  for (const std::string* file : {&options.certificate, &options.private_key}) {
+    if (!file->empty() && access(file->c_str(), R_OK) != 0) {
+      faults.push_back(*file + " cannot be read: " + strerror(errno) +
+                       "; --certificate and --private-key name files that platend's user may read");
+    }
+  }
+  return faults;
+}
+
 }  // namespace
 
 std::vector<std::string> served_file_faults(const Options& options) {
   std::vector<std::string> faults = page_faults(options);
-  const auto phrases = phrase_faults(options);
-  faults.insert(faults.end(), phrases.begin(), phrases.end());
+  for (const auto& others : {phrase_faults(options), certificate_faults(options)}) {
+    faults.insert(faults.end(), others.begin(), others.end());
+  }
   return faults;
 }
 

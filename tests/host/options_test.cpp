@@ -43,7 +43,7 @@ TEST(Options, TakeValuesInBothForms) {
 TEST(Options, TakeTheLastOfSeveral) { EXPECT_EQ(parsed({"--port=1", "--port=2"}).port, 2); }
 
 TEST(Options, EndBeforeACommand) {
-  for (const char* command : {"account", "config"}) {
+  for (const char* command : {"account", "certificate", "config"}) {
     const Options options = parsed({"--data", "d", command, "set", "--port", ""});
     EXPECT_EQ(options.command, (std::vector<std::string>{command, "set", "--port", ""}));
     EXPECT_EQ(options.state, "d/state");
@@ -77,6 +77,11 @@ TEST(Options, AreNamedWhenTheyAreWrong) {
        "--port takes a number from 0 to 65535, not \"99999999999999\""},
       {{"--workers", "0"}, "--workers takes a number from 1 to 256, not \"0\""},
       {{"--request-time", "0.5"}, "--request-time takes a number from 1 to 3600, not \"0.5\""},
+      {{"--certificate", "c"}, "--certificate and --private-key go together"},
+      {{"--private-key", "k"}, "--certificate and --private-key go together"},
+      {{"--redirect-port", "80"}, "--redirect-port leads to HTTPS, so it needs --certificate"},
+      {{"--fastcgi", "s", "--certificate", "c", "--private-key", "k"},
+       "--fastcgi starts no web server, so it takes no --certificate"},
       {{"--fastcgi", "s", "--port", "1"},
        "--fastcgi starts no web server, so it goes with neither --port nor --address"},
       {{"--address", "::1", "--fastcgi", "s"},

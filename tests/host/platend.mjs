@@ -5,6 +5,7 @@ import { randomUUID } from 'node:crypto';
 import { once } from 'node:events';
 import fs from 'node:fs';
 import http from 'node:http';
+import https from 'node:https';
 import os from 'node:os';
 import path from 'node:path';
 import { urlToHttpOptions } from 'node:url';
@@ -132,7 +133,9 @@ class Platend {
 export function request(address, target, { method = 'GET', agent, headers, body } = {}) {
   const server = typeof address === 'string' ? urlToHttpOptions(new URL(address)) : address;
   return new Promise((resolve, reject) => {
-    const asked = http.request({ ...server, path: target, method, agent, headers }, (answer) => {
+    const { request: ask } = server.protocol === 'https:' ? https : http;
+    const wanted = { ...server, path: target, method, agent, headers, rejectUnauthorized: false };
+    const asked = ask(wanted, (answer) => {
       let text = '';
       answer.setEncoding('utf8').on('data', (piece) => (text += piece));
       answer.on('error', reject);

@@ -127,6 +127,7 @@ TEST(PlatendConf, IsInstalledWithEverySettingAndItsDefault) {
   const Options defaults;
   EXPECT_EQ(options.address, defaults.address);
   EXPECT_EQ(options.port, defaults.port);
+  EXPECT_EQ(options.redirect_port, defaults.redirect_port);
   EXPECT_EQ(options.workers, defaults.workers);
   EXPECT_EQ(options.worker_requests, defaults.worker_requests);
   EXPECT_EQ(options.request_time, defaults.request_time);

@@ -38,6 +38,14 @@ TEST(FrontConfiguration, WaitsLongerThanTheWorkers) {
   EXPECT_NE(text.find("server.max-connections = 4000\n"), std::string::npos);
 }
 
+TEST(TlsConfiguration, LeadsPlainHttpToThePortOfTheOther) {
+  const std::string text = tls_configuration("8443", "[::1]:8080");
+  EXPECT_NE(text.find("$SERVER[\"socket\"] == \"[::1]:8080\" { ssl.engine = \"disable\" }\n"),
+            std::string::npos);
+  EXPECT_NE(text.find("\"https://%1:8443${url.path}${qsa}\""), std::string::npos);
+  EXPECT_EQ(tls_configuration("8443", "").find("$SERVER"), std::string::npos);
+}
+
 TEST(CgiText, HoldsStatusLengthHeadersAndBody) {
   Response response;
   response.status = 404;
@@ -86,7 +94,7 @@ TEST(Sandbox, RefusesADataDirectoryThatHoldsADevicePath) {
 
 TEST(Sandbox, BindsTheDataAfterTheFreshDirectories) {
   const auto arguments =
-      sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, {"/tmp/s"}, 3});
+      sandbox_arguments("/tmp/d", {"/bin/true", {"--x"}, {"/tmp/m.so"}, {"/tmp/s"}, {3}});
   const auto at = [&](const std::vector<std::string>& part) {
     const auto found = std::search(arguments.begin(), arguments.end(), part.begin(), part.end());
     EXPECT_NE(found, arguments.end()) << part.front() << " " << part.back();
