@@ -1,0 +1,215 @@
+// The verbs that change a template: each opens it, makes all its edits, and saves once.
+// SPDX-License-Identifier: MIT
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <span>
+
+#include "address.h"
+#include "template_file.h"
+#include "template_json.h"
+#include "verbs.h"
+
+namespace ktp {
+namespace {
+
+constexpr char kGeneral[] = "qvn_svc_general";
+
+// What the edits of a verb are: the operands behind the file, or, for "-", the lines of standard
+// input.
+std::vector<std::string> items_of(const Options& options) {
+  std::vector<std::string> items(options.operands.begin() + 1, options.operands.end());
+  if (items != std::vector<std::string>{"-"}) return items;
+  items.clear();
+  for (std::string line; std::getline(std::cin, line);) items.push_back(line);
+  return items;
+}
+
+// Throws for an edit that the store did not make; nothing has been saved then.
+void require(bool_t made, TemplateFile& file, const std::string& item) {
+  if (made) return;
+  Exit status = GetLastTemplateError(file.object()) == KWTERR_NODATA ? kDiffers : kSaveFailed;
+  throw Failure(status, file.path() + ": " + item + ": nothing was changed, as " +
+                            std::string(jt_error(file.object())).substr(file.path().size() + 2));
+}
+
+using MakeEdit = std::function<bool_t(TemplateFile&, const Edit&)>;
+
+// Makes the edits ADDRESS=VALUE of a call, and saves.
+Exit edit_values(const Options& options, const MakeEdit& make) {
+  guard(options.operands[0], options.force);
+  TemplateFile file(options.operands[0]);
+  for (const std::string& item : items_of(options)) {
+    require(make(file, read_edit(item)), file, item);
+  }
+  file.save();
+  return kDone;
+}
+
+// What the template holds for an address now; type and mark of a new one are the store's own.
+struct Held {
+  std::string type;
+  bool compulsory = false;
+};
+Held held_of(TemplateFile& file, const Address& address) {
+  std::vector<std::string> invocations = file.invocations(address.service);
+  std::string invocation = address.invocation.value_or(invocations.empty() ? "" : invocations[0]);
+  for (const Attribute& attribute : file.attributes()) {
+    bool same = attribute.service == address.service && attribute.invocation == invocation &&
+                attribute.name == address.attribute;
+    if (same) return {attribute.type, attribute.compulsory};
+  }
+  return {};
+}
+
+bool_t write(TemplateFile& file, const Edit& edit, const Held& held, bool first) {
+  return WriteAttributeFromStringUseFirst(
+      file.object(), edit.address.service.c_str(), edit.address.invocation_name(),
+      edit.address.attribute.c_str(), held.type.c_str(), edit.value.c_str(), first ? TRUE : FALSE,
+      held.compulsory ? TRUE : FALSE);
+}
+
+bool_t delete_one(TemplateFile& file, const Address& address) {
+  TemplateObject* object = file.object();
+  const char* service = address.service.c_str();
+  const char* invocation = address.invocation_name();
+  if (address.attribute.empty()) {
+    return invocation ? DeleteInvocation(object, service, invocation)
+                      : DeleteService(object, service);
+  }
+  const char* attribute = address.attribute.c_str();
+  return invocation ? DeleteAttributeWInvoc(object, service, invocation, attribute)
+                    : DeleteAttribute(object, service, attribute);
+}
+
+// Gives a copy the name of its file, as the pages do.
+void stamp_name(const std::string& path) {
+  TemplateFile file(path);
+  std::string name = std::filesystem::path(path).filename();
+  require(
+      WriteAttributeStringWInvoc(file.object(), kGeneral, nullptr, "JobTemplateName", name.c_str()),
+      file, "JobTemplateName");
+  file.save();
+}
+
+void guard_target(const std::string& path, bool force) {
+  guard(path, force);
+  if (force || !std::filesystem::exists(path)) return;
+  throw Failure(kNotPermitted, path + ": it is there already; --force replaces it");
+}
+
+}  // namespace
+
+Exit set_values(const Options& options) {
+  if (options.compulsory && options.optional) {
+    throw Failure(kWrongUse, "ktp: --compulsory and --optional cannot be had at once");
+  }
+  return edit_values(options, [&](TemplateFile& file, const Edit& edit) {
+    Held held = held_of(file, edit.address);
+    if (!options.type.empty()) held.type = options.type;
+    held.compulsory = options.compulsory || (held.compulsory && !options.optional);
+    return write(file, edit, held, true);
+  });
+}
+
+Exit add_values(const Options& options) {
+  return edit_values(options, [](TemplateFile& file, const Edit& edit) {
+    return write(file, edit, held_of(file, edit.address), false);
+  });
+}
+
+Exit remove_values(const Options& options) {
+  return edit_values(options, [](TemplateFile& file, const Edit& edit) {
+    return RemoveAttributeStringWInvoc(file.object(), edit.address.service.c_str(),
+                                       edit.address.invocation_name(),
+                                       edit.address.attribute.c_str(), edit.value.c_str());
+  });
+}
+
+Exit make_new(const Options& options) {
+  guard(options.operands[0], options.force);
+  TemplateFile file(options.operands[0]);
+  std::string names;
+  for (const std::string& item : items_of(options)) {
+    char name[256];
+    Address address = read_address(item);
+    if (address.invocation || !address.attribute.empty()) {
+      throw Failure(kWrongUse, "ktp: " + item +
+                                   ": new takes services; their invocations are named by the "
+                                   "store, and set makes attributes");
+    }
+    int made = CreateInvocationWSize(file.object(), address.service.c_str(), name, sizeof name);
+    require(made, file, item);
+    names += address_text(address.service, name, "") + "\n";
+  }
+  file.save();
+  std::fputs(names.c_str(), stdout);
+  return kDone;
+}
+
+Exit delete_things(const Options& options) {
+  guard(options.operands[0], options.force);
+  TemplateFile file(options.operands[0]);
+  for (const std::string& item : items_of(options)) {
+    require(delete_one(file, read_address(item)), file, item);
+  }
+  file.save();
+  return kDone;
+}
+
+Exit copy(const Options& options) {
+  const std::string& from = options.operands[0];
+  std::filesystem::path to = options.operands[1];
+  if (std::filesystem::is_directory(to)) to /= std::filesystem::path(from).filename();
+  guard_target(to, options.force);
+  copy_template(from, to);
+  stamp_name(to);
+  return kDone;
+}
+
+Exit restore(const Options& options) {
+  const std::string& path = options.operands[0];
+  guard(path, options.force);
+  std::filesystem::path file = std::filesystem::absolute(path);
+  std::filesystem::path factory = options.factory.empty()
+                                      ? file.parent_path().parent_path() / "factory"
+                                      : std::filesystem::path(options.factory);
+  copy_template(factory / file.filename(), path);
+  stamp_name(path);
+  return kDone;
+}
+
+Exit import_json(const Options& options) {
+  const std::string& path = options.operands[0];
+  const std::string source = options.operands.size() > 1 ? options.operands[1] : "-";
+  guard_target(path, options.force);
+  TemporaryFile text(from_json(source, read_bytes(source)));
+  try {
+    copy_template(text.path(), path);
+  } catch (const Failure& failure) {
+    std::string words = failure.what();
+    bool from_text = words.starts_with(text.path());
+    throw Failure(
+        failure.status(),
+        from_text ? source + ": it describes no template" + words.substr(words.find(": ")) : words);
+  }
+  return kDone;
+}
+
+Exit undo(const Options& options) {
+  const std::string& path = options.operands[0];
+  guard(path, options.force);
+  std::unique_ptr<JT_VERSION, void (*)(JT_VERSION*)> versions(jt_versions(path.c_str()),
+                                                              jt_free_versions);
+  const JT_VERSION* version = versions.get();
+  while (version && !options.version.empty() && options.version != version->id) {
+    version = version->next;
+  }
+  if (!version) throw Failure(kDiffers, path + ": the history holds no such version of it");
+  copy_template(version->path, path);
+  return kDone;
+}
+
+}  // namespace ktp
