@@ -51,6 +51,13 @@ TEST(Options, EndBeforeACommand) {
   EXPECT_TRUE(parsed({"--data", "config"}).command.empty());
 }
 
+TEST(Options, PutTheHistoryBelowTheDataElseBelowTheState) {
+  EXPECT_EQ(parsed({}).history, "/var/lib/platen/history");
+  EXPECT_EQ(parsed({"--state", "s"}).history, "s/history");
+  EXPECT_EQ(parsed({"--data", "d", "--state", "s"}).history, "d/history");
+  EXPECT_EQ(parsed({"--data", "d", "--history", "h"}).history, "h");
+}
+
 TEST(Options, PutSettingsAndStateBelowTheDataDirectory) {
   EXPECT_EQ(parsed({"--data", "d"}).settings, "d/etc");
   EXPECT_EQ(parsed({"--data", "d"}).state, "d/state");
