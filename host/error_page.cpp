@@ -135,9 +135,8 @@ Response error_response(int status) { return page(status, content(status)); }
 
 Response error_response_for_all(int status) {
   std::string text = content(status);
-  const std::string first = spoken_language();
   for (const std::string& code : languages()) {
-    if (code == first) continue;
+    if (code == spoken_language()) continue;
     const Speaking language(code);
     text += "<section lang=\"" + code + "\">\n" + content(status) + "</section>\n";
   }
