@@ -3,8 +3,8 @@
 import { differenceView } from "./difference.js";
 import { element, readBlock, words } from "./dom.js";
 import { focusReason } from "./marks.js";
+import { timeElement } from "./measures.js";
 import { addressFor, mayChange, pageAddress } from "./pools.js";
-import { timeElement } from "./times.js";
 import { postedValue, templatePath } from "./typed.js";
 
 const path = templatePath();

@@ -1,8 +1,8 @@
 // The list of a pool's templates: filtered as the user types, scan-driver templates on demand.
 // SPDX-License-Identifier: MIT
 import { element, readBlock, words } from "./dom.js";
+import { timeElement } from "./measures.js";
 import { pageAddress, pagesFor, poolAddress, withoutSuffix } from "./pools.js";
-import { timeElement } from "./times.js";
 
 const PAGE_WORDS = {
   edit: "action.edit",
