@@ -231,10 +231,10 @@ void Supervisor::worker_ended(size_t i, int status) {
   const std::string cause =
       is_late ? "more than " + std::to_string(options_.request_time) + " s, " + describe_end(status)
               : describe_end(status);
+  keep_end(state, process, cause);
   const std::string work = state.busy_since == 0 ? "no request" : state.request.get();
   Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "Worker %d has ended: %s, at work on: %s", process,
             cause.c_str(), work.c_str());
-  keep_end(state, process, cause);
 }
 
 // The workers write the audit trail, as the supervisor opens no database.

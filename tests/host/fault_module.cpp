@@ -1,4 +1,5 @@
-// The parser module with one function that fails on demand: its argument's first word chooses how.
+// The parser module with functions that fail on demand: a tag's first word chooses how, and the
+// deletion of a template named exit.KTP ends the process.
 // SPDX-License-Identifier: MIT
 #include <fcntl.h>
 #include <signal.h>
@@ -10,6 +11,7 @@
 
 // The module's own function has another name in this build; this file has the usual one.
 #include "http_parser.h"
+#undef HTTP_Parser_Delete_fn
 #undef HTTP_Parser_Get_fn
 
 namespace {
@@ -90,4 +92,15 @@ extern "C" __attribute__((visibility("default"))) void HTTP_Parser_Get_fn(QVN_Ap
     }
   }
   real_HTTP_Parser_Get_fn(udata, arg);
+}
+
+extern "C" __attribute__((visibility("default"))) int HTTP_Parser_Delete_fn(QVN_AppData* udata,
+                                                                            FormEntry* entries,
+                                                                            int nEntries) {
+  for (int i = 0; i < nEntries; ++i) {
+    if (strstr(entries[i].val, "/exit.KTP") != nullptr) {
+      fail_exit();
+    }
+  }
+  return real_HTTP_Parser_Delete_fn(udata, entries, nEntries);
 }

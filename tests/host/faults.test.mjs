@@ -8,6 +8,7 @@ import path from 'node:path';
 import test from 'node:test';
 
 import { faultModule, startPlatend } from './platend.mjs';
+import { startWithAdmin, template, webPool } from './visitor.mjs';
 
 const words = ['exit', 'die', 'abort', 'segv', 'overflow', 'kill', 'hang', 'deaf', 'gate', 'fork'];
 
@@ -50,6 +51,25 @@ test('each end of a worker gives its client a whole plain page and is logged onc
     await platend.logged(cause);
     assert.equal(platend.log.match(new RegExp(cause, 'g')).length, 1, word);
   }
+});
+
+test('a form whose worker ends is in the audit trail with the cause', async (t) => {
+  const { platend, admin } = await startWithAdmin(t, {
+    templates: { 'web/exit.KTP': template({ JobTemplateName: '(string) = A' }) },
+    args: ['--module', faultModule],
+  });
+  const file = `${webPool}/exit.KTP`;
+  const form = '/form/HTTP_Parser_Delete_fn';
+  const { status } = await admin.post('/delete.html', form, { ParserFilename: file });
+  assert.equal(status, 500);
+  await platend.logged(/exit status 1, at work on: POST/);
+  const trail = await admin.get('/download/audit?format=jsonl&action=HTTP_Parser_Delete_fn');
+  const [entry, ...others] = trail.body.trimEnd().split('\n').map(JSON.parse);
+  assert.deepEqual(others, []);
+  assert.equal(entry.login, 'admin');
+  assert.equal(entry.address, '127.0.0.1');
+  assert.equal(entry.object, file);
+  assert.match(entry.outcome, /^failed: exit status 1(; last logged: |$)/);
 });
 
 test('a child process that a function leaves behind does not answer for the worker', async (t) => {
