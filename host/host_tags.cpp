@@ -42,6 +42,7 @@ constexpr TagRule kTags[] = {
     {"session", "", "", TagKind::session, kPhpCode, Format::php, true},
     {"difference", "", "", TagKind::difference, kData, Format::json, true},
     {"versions", "", "", TagKind::versions, kData, Format::json, true},
+    {"factory", "", "", TagKind::factory, kData, Format::json, true},
     {"deleted", "", "", TagKind::deleted, kData, Format::json, true},
 };
 

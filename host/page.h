@@ -35,6 +35,7 @@ enum class TagKind {
   session,
   difference,
   versions,
+  factory,
   deleted,
 };
 

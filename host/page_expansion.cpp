@@ -103,6 +103,7 @@ class PageRun {
       case TagKind::session:
       case TagKind::difference:
       case TagKind::versions:
+      case TagKind::factory:
       case TagKind::deleted:
         return print(host_value(tag), tag.format);
       case TagKind::include:

@@ -158,6 +158,8 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
       return mailbox_.session(*visit);
     case TagKind::difference:
       return visit->role() == Role::anonymous ? Json() : history_.difference(request.query);
+    case TagKind::factory:
+      return visit->role() == Role::administrator ? history_.factory() : Json();
     case TagKind::versions:
       return visit->role() == Role::anonymous ? Json() : history_.list(request.query);
     case TagKind::deleted:

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "factory_pool.h"
 #include "moment.h"
 #include "policy.h"
 #include "said.h"
@@ -81,6 +82,8 @@ Json TemplateHistory::difference(const std::vector<Field>& query) const {
   difference["fault"] = said("This version is not kept any more.");
   return difference;
 }
+
+Json TemplateHistory::factory() const { return factory_templates(module_); }
 
 Json TemplateHistory::list(const std::vector<Field>& query) const {
   const std::string path = query_value(query, "ParserFilename");

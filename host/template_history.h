@@ -41,6 +41,9 @@ class TemplateHistory {
   // device uses. Null when the page is about none; a version that is gone is a fault.
   Json difference(const std::vector<Field>& query) const;
 
+  // The factory templates, as factory_templates() gives them.
+  Json factory() const;
+
   // The versions of the template that a page is about, the newest first:
   //   {"file", "present": whether there is such a file, "seen": what seen() gives,
   //    "versions": [{"id", "time": "2026-11-21T13:03:22Z", "who", "act", "size"}]}

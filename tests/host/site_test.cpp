@@ -249,7 +249,7 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
                 "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
                 "parser, include, reason, phrase, template, token, languages, "
                 "login, posted, page, audit, status, notice, accounts, jobs, mailbox, "
-                "session, difference, versions or deleted"}));
+                "session, difference, versions, factory or deleted"}));
 }
 
 TEST_F(SiteTest, AnswersAPrintOfUnknownValuesWith500AndNoneOfThePage) {
@@ -294,7 +294,7 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
                 "template, token, languages, login, posted, page, audit, status, notice, accounts, "
                 "jobs, mailbox, "
                 "session, "
-                "difference, versions or deleted",
+                "difference, versions, factory or deleted",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
                 "closed"}));
 }

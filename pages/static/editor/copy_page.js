@@ -1,8 +1,9 @@
 // Copies a template to a new name.
 // SPDX-License-Identifier: MIT
 import { Destination } from "./destination.js";
+import { words } from "./dom.js";
 import { aboutTemplate, prepareForm, setNextPage } from "./form_page.js";
-import { poolAddress } from "./pools.js";
+import { fileNameOf, poolAddress, withoutSuffix } from "./pools.js";
 import { showProblems } from "./problems.js";
 import { templatePath } from "./typed.js";
 
@@ -22,7 +23,7 @@ function complete(event) {
 }
 
 aboutTemplate(form, path);
-destination.suggest(path);
+destination.suggest(path, words("copy.suggestion", withoutSuffix(fileNameOf(path))));
 destination.refill();
 prepareForm(form, (name) => destination.controlOf(name));
 form.addEventListener("submit", complete);

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: MIT
 import { hiddenField, words } from "./dom.js";
 import { fileNameFor, fileNameProblem } from "./file_names.js";
-import { directoryOf, fileNameOf, withoutSuffix } from "./pools.js";
+import { directoryOf, withoutSuffix } from "./pools.js";
 import { postedValue, typed } from "./typed.js";
 
 // The form field that carries the name, per pool.
 const FIELDS = {
   "/tmp/template/pool/web": "CopyParserFilename",
+  "/tmp/template/pool/system": "CopyParserFilename",
   "/tmp/template/pool/mailbox": "CopyParserFilenameMailbox",
 };
 
@@ -34,15 +35,16 @@ export class Destination {
     return Object.values(FIELDS).includes(field) ? this.name : null;
   }
 
-  /** Suggests a name for a copy of the template `path`, beside it where that is possible. */
-  suggest(path) {
-    this.name.value = words("copy.suggestion", withoutSuffix(fileNameOf(path)));
+  /** Suggests a copy of the template `path` of that name, beside it where that is possible. */
+  suggest(path, name) {
+    this.name.value = name;
     this.choose(directoryOf(path));
   }
 
   /** Chooses the pool of that directory where copies may go there, else the first. */
   choose(directory) {
-    this.pool.value = directory in FIELDS ? directory : Object.keys(FIELDS)[0];
+    const offered = [...this.pool.options].map(({ value }) => value);
+    this.pool.value = offered.includes(directory) ? directory : offered[0];
   }
 
   /** Takes what was posted before, and offers to replace a file that is there already. */

@@ -5,7 +5,7 @@ import { Destination } from "./destination.js";
 import { button, element, hiddenField, words } from "./dom.js";
 import { DraftPage, openDraftPage } from "./draft_page.js";
 import { markControl } from "./marks.js";
-import { pageAddress } from "./pools.js";
+import { fileNameOf, pageAddress, withoutSuffix } from "./pools.js";
 import { ServiceView, enterPresses, suggestingInput } from "./service_view.js";
 import { typed } from "./typed.js";
 import { SERVICE_NAMES } from "./vocabulary.js";
@@ -17,7 +17,8 @@ class EditPage extends DraftPage {
   constructor(template) {
     super(template, document.getElementById("services"));
     this.destination = new Destination();
-    this.destination.suggest(this.path);
+    const name = withoutSuffix(fileNameOf(this.path));
+    this.destination.suggest(this.path, words("copy.suggestion", name));
   }
 
   takeTyped() {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 import { withoutSuffix } from "./pools.js";
 
-const LONGEST = { CopyParserFilename: 226, CopyParserFilenameMailbox: 221, NewName: 221 };
+const LONGEST = { CopyParserFilename: 226, CopyParserFilenameMailbox: 221, NewName: 221, name: 221 };
 
 /** The file name that a user's text stands for: the suffix may be left out. */
 export function fileNameFor(text) {

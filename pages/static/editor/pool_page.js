@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 import { element, readBlock, words } from "./dom.js";
 import { timeElement } from "./measures.js";
-import { pageAddress, pagesFor, poolAddress, withoutSuffix } from "./pools.js";
+import { mayChange, pageAddress, pagesFor, poolAddress, withoutSuffix } from "./pools.js";
 
 const PAGE_WORDS = {
   edit: "action.edit",
@@ -18,6 +18,9 @@ const TITLES = {
   "/tmp/template/pool/factory": "pool.factory",
   "/tmp/template/pool": "pool.working",
 };
+
+const UPLOADS = ["web", "mailbox", "system"].map((name) => `/tmp/template/pool/${name}`);
+const RESTORES = ["factory", "system"].map((name) => `/tmp/template/pool/${name}`);
 
 const directory = new URLSearchParams(location.search).get("TemplateDir") ?? "";
 const login = readBlock("login");
@@ -91,6 +94,15 @@ function show() {
   count.textContent = words(rows.length === 0 ? "list.empty" : "list.count", shown, rows.length);
 }
 
+/** The ways to bring templates here that this visitor has. */
+function showOffers() {
+  const upload = document.getElementById("upload");
+  upload.href = `/upload.html?TemplateDir=${encodeURIComponent(directory)}`;
+  upload.hidden = !UPLOADS.includes(directory) || !mayChange(`${directory}/`, login);
+  const restores = RESTORES.includes(directory) && login?.role === "administrator";
+  document.getElementById("restore").hidden = !restores;
+}
+
 const title = words(TITLES[directory] ?? "pool.other");
 document.getElementById("pool").textContent = title;
 document.getElementById("path").textContent = directory;
@@ -100,6 +112,7 @@ for (const link of document.querySelectorAll(".pools a")) {
 }
 drivers.closest("label").hidden = !rows.some(({ isDriver }) => isDriver);
 showDeleted();
+showOffers();
 list.append(...rows.map(({ item }) => item));
 filter.addEventListener("input", show);
 drivers.addEventListener("change", show);

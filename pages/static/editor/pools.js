@@ -18,7 +18,11 @@ const POOLS = [
 
 const OTHER = { writers: ANYBODY, keepsNames: true };
 
-const PROTECTED = `${ROOT}/system/default.ktp`;
+/** The template that all new jobs start from. */
+export const PROTECTED = `${ROOT}/system/default.ktp`;
+
+/** The pool of the templates as shipped. */
+export const FACTORY = `${ROOT}/factory`;
 
 const poolOf = (directory) => POOLS.find((pool) => pool.directory === directory) ?? OTHER;
 

@@ -16,5 +16,7 @@ export function postedValue(name) {
 /** The template that the page is about: the posted one, or the one it was asked for. */
 export function templatePath() {
   const asked = new URLSearchParams(location.search).get("ParserFilename");
-  return postedValue("ParserFilename") ?? postedValue("DefaultParserFilename") ?? asked ?? "";
+  const path = postedValue("ParserFilename") ?? postedValue("DefaultParserFilename") ?? asked ?? "";
+  // A restore posts a template of the factory pool by its name alone.
+  return path === "" || path.includes("/") ? path : `/tmp/template/pool/factory/${path}`;
 }
