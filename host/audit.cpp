@@ -25,7 +25,9 @@ constexpr char kSchema[] =
 std::string_view cut(std::string_view text) { return text.substr(0, kLongestText); }
 
 bool holds(std::string_view text, std::string_view part) {
-  return part.empty() || !std::ranges::search(text, part, {}, to_lower, to_lower).empty();
+  const auto is_same = [](char a, char b) { return to_lower(a) == to_lower(b); };
+  return part.empty() ||
+         std::search(text.begin(), text.end(), part.begin(), part.end(), is_same) != text.end();
 }
 
 bool is_or_any(std::string_view wanted, std::string_view text) {

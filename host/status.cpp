@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uint64_t kMebibyte = 1024 * 1024;
+constexpr uint64_t kMebibyte = uint64_t{1024} * 1024;
 constexpr size_t kMostTemplates = 10'000;
 constexpr size_t kMostBroken = 100;
 constexpr int64_t kMsPerSecond = 1000;
@@ -53,7 +53,7 @@ std::string open_fault(const ParserModule& module, const std::string& file) {
   TemplateObject object = {};
   module.construct_template(&object);
   const bool is_open = module.open_template(&object, file.c_str(), O_RDONLY) != 0;
-  const std::string fault = is_open ? "" : module.error(&object);
+  std::string fault = is_open ? "" : module.error(&object);
   module.destruct_template(&object);
   return fault;
 }
