@@ -1,5 +1,7 @@
 // The verbs that change a template: each opens it, makes all its edits, and saves once.
 // SPDX-License-Identifier: MIT
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -84,14 +86,29 @@ bool_t delete_one(TemplateFile& file, const Address& address) {
                     : DeleteAttribute(object, service, attribute);
 }
 
-// Gives a copy the name of its file, as the pages do.
-void stamp_name(const std::string& path) {
-  TemplateFile file(path);
-  std::string name = std::filesystem::path(path).filename();
+// Copies a template and gives it the name of its new file, as the pages do. It gets the name before
+// it is copied, so that the file is replaced once.
+void copy_named(const std::string& from, const std::string& to, const Options& options) {
+  static_cast<void>(TemplateFile(from));  // tells what is wrong with it by its own name
+  struct stat info = {};
+  ::stat(from.c_str(), &info);
+  TemporaryFile named(read_bytes(from), info.st_mode & 07777);
+  TemplateFile file(named.path());
+  std::string name = std::filesystem::path(to).filename();
   require(
       WriteAttributeStringWInvoc(file.object(), kGeneral, nullptr, "JobTemplateName", name.c_str()),
       file, "JobTemplateName");
+  jt_history(nullptr, 1, nullptr);  // the temporary file has none
   file.save();
+  set_history(options);
+  copy_template(named.path(), to);
+}
+
+// The mode that a shell's redirection would give a new file.
+mode_t mode_of_new_file() {
+  mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
 }
 
 void guard_target(const std::string& path, bool force) {
@@ -164,8 +181,7 @@ Exit copy(const Options& options) {
   std::filesystem::path to = options.operands[1];
   if (std::filesystem::is_directory(to)) to /= std::filesystem::path(from).filename();
   guard_target(to, options.force);
-  copy_template(from, to);
-  stamp_name(to);
+  copy_named(from, to, options);
   return kDone;
 }
 
@@ -176,8 +192,7 @@ Exit restore(const Options& options) {
   std::filesystem::path factory = options.factory.empty()
                                       ? file.parent_path().parent_path() / "factory"
                                       : std::filesystem::path(options.factory);
-  copy_template(factory / file.filename(), path);
-  stamp_name(path);
+  copy_named(factory / file.filename(), path, options);
   return kDone;
 }
 
@@ -185,7 +200,7 @@ Exit import_json(const Options& options) {
   const std::string& path = options.operands[0];
   const std::string source = options.operands.size() > 1 ? options.operands[1] : "-";
   guard_target(path, options.force);
-  TemporaryFile text(from_json(source, read_bytes(source)));
+  TemporaryFile text(from_json(source, read_bytes(source)), mode_of_new_file());
   try {
     copy_template(text.path(), path);
   } catch (const Failure& failure) {

@@ -12,13 +12,11 @@
 #include <string>
 #include <string_view>
 
-#include "templateWrapper.h"
 #include "verbs.h"
 
 namespace {
 
 constexpr char kDeviceHistory[] = "/var/lib/platen/history";
-constexpr int kVersionsKept = 20;
 
 using ktp::Options;
 using ktp::Verb;
@@ -93,8 +91,9 @@ ktp::Exit run(int argc, char** argv) {
   } catch (const CLI::ParseError& fault) {
     return app.exit(fault) == 0 ? ktp::kDone : ktp::kWrongUse;
   }
-  std::string directory = history_directory(history, options.history);
-  jt_history(directory.c_str(), kVersionsKept, login_name().c_str());
+  options.history = history_directory(history, options.history);
+  options.who = login_name();
+  ktp::set_history(options);
   for (const Verb& verb : ktp::verbs()) {
     if (app.got_subcommand(verb.name)) return verb.run(options);
   }

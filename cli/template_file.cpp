@@ -3,6 +3,7 @@
 #include "template_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -76,12 +77,13 @@ std::string remembered_failures() {
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(std::string_view bytes) {
+TemporaryFile::TemporaryFile(std::string_view bytes, mode_t mode) {
   path_ = std::filesystem::temp_directory_path() / "ktp.XXXXXX";
   int file = ::mkstemp(path_.data());
   OwnedFile stream(file < 0 ? nullptr : ::fdopen(file, "w"), std::fclose);
   bool written = stream && std::fwrite(bytes.data(), 1, bytes.size(), stream.get()) == bytes.size();
-  if (!written || std::fflush(stream.get()) != 0) {
+  if (!written || std::fflush(stream.get()) != 0 || ::fchmod(file, mode) != 0) {
+    ::unlink(path_.c_str());
     throw Failure(kSaveFailed, path_ + ": it cannot be written: " + std::strerror(errno));
   }
 }
@@ -129,7 +131,7 @@ void TemplateFile::save() {
 
 std::vector<Attribute> read_template(const std::string& path) {
   if (path != kStandardInput) return TemplateFile(path).attributes();
-  TemporaryFile copy(read_bytes(path));
+  TemporaryFile copy(read_bytes(path), S_IRUSR | S_IWUSR);
   try {
     return TemplateFile(copy.path()).attributes();
   } catch (const Failure& failure) {

@@ -3,6 +3,8 @@
 #ifndef CLI_TEMPLATE_FILE_H_
 #define CLI_TEMPLATE_FILE_H_
 
+#include <sys/types.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,10 +29,10 @@ struct Attribute {
   std::vector<Value> values;
 };
 
-// A file of this process alone, removed at the end. Throws Failure (save failed).
+// A file of that mode, removed at the end. Throws Failure (save failed).
 class TemporaryFile {
  public:
-  explicit TemporaryFile(std::string_view bytes);
+  TemporaryFile(std::string_view bytes, mode_t mode);
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile();

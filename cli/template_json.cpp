@@ -78,6 +78,10 @@ class Reader {
     throw Failure(kBroken, path_ + ": " + fault);
   }
 
+  [[noreturn]] void refuse_member(const std::string& where, const std::string& name) {
+    refuse(where + ": the member \"" + name + "\" is unknown");
+  }
+
   void read_invocation(const Json& invocation) {
     std::string name = header(invocation, "invocation", {"name", "attributes"});
     for (const Json& attribute : list(invocation, "attributes", {}, "invocation " + name)) {
@@ -122,9 +126,9 @@ class Reader {
                        const std::string& where) {
     if (!object.is_object()) refuse(where + " has to be an object");
     for (const auto& [name, member] : object.items()) {
-      bool known = members.size() == 0;
-      for (std::string_view candidate : members) known = known || candidate == name;
-      if (!known) refuse(where + ": the member \"" + name + "\" is unknown");
+      bool known =
+          members.size() == 0 || std::find(members.begin(), members.end(), name) != members.end();
+      if (!known) refuse_member(where, name);
     }
   }
 

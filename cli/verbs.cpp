@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "verbs.h"
 
+#include "templateWrapper.h"
+
 namespace ktp {
 namespace {
 
 constexpr int kAny = 1 << 20;
+constexpr int kVersionsKept = 20;
 
 constexpr Verb kVerbs[] = {
     {"show", "FILE", 1, 1, kJson, "print every attribute with its address", show},
@@ -37,5 +40,9 @@ constexpr Verb kVerbs[] = {
 }  // namespace
 
 std::span<const Verb> verbs() { return kVerbs; }
+
+void set_history(const Options& options) {
+  jt_history(options.history.c_str(), kVersionsKept, options.who.c_str());
+}
 
 }  // namespace ktp

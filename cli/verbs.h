@@ -13,7 +13,8 @@ namespace ktp {
 
 struct Options {
   std::vector<std::string> operands;
-  std::string history;
+  std::string history;  // directory that keeps what changes replace, empty for none
+  std::string who;      // makes the changes
   std::string type;
   std::string creator;
   std::string service;
@@ -46,6 +47,9 @@ struct Verb {
 };
 
 std::span<const Verb> verbs();
+
+// Has the store keep from now on what changes replace, as the options say.
+void set_history(const Options& options);
 
 // The reading verbs print on standard output and change nothing. All verbs throw Failure.
 Exit show(const Options& options);

@@ -144,8 +144,10 @@ test('diff finds differences only where there are some', (t) => {
 });
 
 test('copy names the copy and replaces only when forced', (t) => {
-  const { ktp } = stage(t);
+  const { ktp, file } = stage(t);
+  fs.chmodSync(file(colour), 0o640);
   assert.deepEqual(ktp('copy', colour, 'system/Mine.KTP'), done);
+  assert.equal(fs.statSync(file('system/Mine.KTP')).mode & 0o7777, 0o640);
   assert.equal(ktp('get', 'system/Mine.KTP', 'qvn_svc_general.JobTemplateName').out, 'Mine.KTP\n');
   assert.deepEqual(ktp('copy', colour, 'mailbox'), done);
   assert.deepEqual(ktp('copy', colour, 'mailbox'), {
@@ -153,7 +155,10 @@ test('copy names the copy and replaces only when forced', (t) => {
     out: '',
     err: 'mailbox/Colour scan.KTP: it is there already; --force replaces it\n',
   });
-  assert.deepEqual(ktp('copy', colour, 'mailbox', '--force'), done);
+  assert.deepEqual(ktp('copy', 'web/Invoices.KTP', 'mailbox/Colour scan.KTP', '--force'), done);
+  assert.equal(JSON.parse(ktp('history', 'mailbox/Colour scan.KTP', '--json').out).length, 1);
+  const kept = fs.readdirSync(file('.history'), { recursive: true }).filter((name) => /ktp\./.test(name));
+  assert.deepEqual(kept, []); // nothing of the files that ktp works with
   assert.equal(ktp('copy', 'web/Broken.KTP', 'new.KTP').status, 3);
   assert.equal(ktp('copy', 'web/absent.KTP', 'new.KTP').status, 1);
   assert.equal(ktp('copy', colour, 'absent/new.KTP').status, 5);
@@ -171,7 +176,7 @@ test('restore brings the factory template back', (t) => {
 });
 
 test('export and import carry every text of a template', (t) => {
-  const { ktp, write, read } = stage(t);
+  const { ktp, write, read, file } = stage(t);
   write(
     'odd.KTP',
     '[service a]b]\n[invocation \\x20i\\x20]\n\\x23n\\x28 (t\\x2C\\x29, compulsory)\n= \\x20\\n\\t\\\\\\x20\n=\n= \xC3\xA9\n\\x3D (t)\n',
@@ -179,6 +184,7 @@ test('export and import carry every text of a template', (t) => {
   const json = ktp('export', 'odd.KTP').out;
   assert.deepEqual(ktp('import', 'back.KTP', { input: json }), done);
   assert.deepEqual(ktp('diff', 'odd.KTP', 'back.KTP'), done);
+  assert.equal(fs.statSync(file('back.KTP')).mode, fs.statSync(file('odd.KTP')).mode);
   assert.equal(ktp('export', 'back.KTP').out, json);
   assert.equal(ktp('import', 'back.KTP', { input: json }).status, 4);
   assert.deepEqual(ktp('import', '--force', 'back.KTP', { input: '{"services": []}' }), done);

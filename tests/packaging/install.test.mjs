@@ -87,6 +87,15 @@ test('the installed platend finds its pages and module by itself', async (t) => 
   assert.equal((await platend.get('/static/platen.css')).body, '/* installed */');
 });
 
+test('the installed ktp finds the store, and its manual and completion are there', async (t) => {
+  const prefix = await stage(t);
+  const template = path.join(source, 'samples/pool/factory/EMAIL.KTP');
+  assert.equal(await succeed(path.join(prefix, 'bin/ktp'), ['check', template]), '');
+  for (const file of ['man/man1/ktp.1', 'man/man5/ktp.5', 'bash-completion/completions/ktp']) {
+    assert.ok(fs.existsSync(path.join(prefix, 'share', file)), file);
+  }
+});
+
 test('platend of the build tree finds the pages and the module of the checkout', async (t) => {
   const platend = await startPlatend(t, { data: emptyDevice(temporaryDirectory(t)) });
   assert.equal((await request(platend.address, '/static/platen.css')).status, 200);
