@@ -44,6 +44,8 @@ constexpr TagRule kTags[] = {
     {"versions", "", "", TagKind::versions, kData, Format::json, true},
     {"factory", "", "", TagKind::factory, kData, Format::json, true},
     {"deleted", "", "", TagKind::deleted, kData, Format::json, true},
+    {"clone", "", "", TagKind::clone, kData, Format::json, true},
+    {"upload", "", "", TagKind::upload, kData, Format::json, true},
 };
 
 struct FormatName {

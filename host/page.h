@@ -37,6 +37,8 @@ enum class TagKind {
   versions,
   factory,
   deleted,
+  clone,
+  upload,
 };
 
 struct PageText {

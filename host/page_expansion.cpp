@@ -105,6 +105,8 @@ class PageRun {
       case TagKind::versions:
       case TagKind::factory:
       case TagKind::deleted:
+      case TagKind::clone:
+      case TagKind::upload:
         return print(host_value(tag), tag.format);
       case TagKind::include:
         return;  // resolved when the page was read

@@ -3,6 +3,7 @@
 #include "page_views.h"
 
 #include "audit_view.h"
+#include "clone_forms.h"
 #include "error_page.h"
 #include "next_page.h"
 #include "policy.h"
@@ -165,6 +166,10 @@ Json PageViews::value_of(const PageTag& tag, const Request& request, const Refus
     case TagKind::deleted:
       return visit->role() == Role::anonymous ? Json()
                                               : history_.deleted(request.query, visit->role());
+    case TagKind::clone:
+      return clone_menu_json({status_.module, visitors_, *visit});
+    case TagKind::upload:
+      return clone_summary_json({status_.module, visitors_, *visit}, request.query);
     default:
       return nullptr;
   }

@@ -88,6 +88,9 @@ bool ParserModule::resolve_functions(const std::string& path, std::string* fault
     }
   }
   return resolve(handle_, path, "HTTP_Parser_Init", &init, fault) &&
+         resolve(handle_, path, "FnGetGroupTokens", &clone_groups, fault) &&
+         resolve(handle_, path, "FnGetSubStringTokens", &clone_sub_groups, fault) &&
+         resolve(handle_, path, "FnGetOptionalConditon", &clone_condition, fault) &&
          resolve(handle_, path, "HTTP_Close_Parser_fn", &close_template, fault) &&
          resolve(handle_, path, "jt_history", &set_history, fault) &&
          resolve(handle_, path, "jt_versions", &versions, fault) &&

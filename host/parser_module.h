@@ -36,6 +36,11 @@ class ParserModule {
   // The file of the store that the module links.
   const std::string& store_file() const { return store_file_; }
 
+  // The module's readers of the clone file.
+  decltype(&FnGetGroupTokens) clone_groups = nullptr;
+  decltype(&FnGetSubStringTokens) clone_sub_groups = nullptr;
+  decltype(&FnGetOptionalConditon) clone_condition = nullptr;
+
   // The store's functions that the host itself calls.
   decltype(&jt_history) set_history = nullptr;
   decltype(&jt_versions) versions = nullptr;

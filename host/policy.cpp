@@ -20,6 +20,7 @@ constexpr size_t kValueLimit = 256 * kKibibyte;
 constexpr size_t kJobLimit = 63;
 constexpr size_t kSidLimit = 1063;
 constexpr size_t kTokenLimit = 16 * kKibibyte;
+constexpr size_t kNumbersLimit = 64 * kKibibyte;
 
 // The query fields of pages. Each may be given once: of repeated fields some functions take the
 // first and others the last.
@@ -38,6 +39,9 @@ constexpr FieldRule kPageFields[] = {
     {"action", Kind::word, 3, "opn dnl del"},
     {"msg", Kind::word, 6, "tryagn"},
 };
+
+// A clone file that was read in.
+constexpr FieldRule kClonePageFields[] = {{"upload", Kind::entry, kNameLimit}};
 
 // What the audit trail is filtered by. A form leaves the fields that nobody fills in empty.
 constexpr FieldRule kAuditFields[] = {
@@ -82,6 +86,7 @@ constexpr PageRule kPages[] = {
     {"/audit.html", Role::administrator, kAuditFields},
     {"/download/audit", Role::administrator, kAuditFields},
     {"/status.html", Role::administrator},
+    {"/clone.html", Role::administrator, kClonePageFields},
 };
 
 // The fields that every form may have. The page that a form came from is signed into its token; a
@@ -181,6 +186,16 @@ constexpr FieldRule kFolderFields[] = {
     {"newName", Kind::folder, kFolderLimit},
     {"jobs", Kind::word, 6, "delete"},
 };
+constexpr FieldRule kCloneFields[] = {
+    {"groups", Kind::text, kNumbersLimit},
+    {"leaveOut", Kind::word, 3, "yes"},
+};
+constexpr FieldRule kCloneReadFields[] = {{"file", Kind::file, kLongestClone}};
+constexpr FieldRule kCloneApplyFields[] = {
+    {"upload", Kind::entry, kNameLimit},
+    {"digest", Kind::text, kNameLimit},
+    {"items", Kind::text, kNumbersLimit},
+};
 constexpr FieldRule kMailboxFields[] = {
     {"promptOnPrivateScan", Kind::word, 5, "TRUE FALSE"},
     {"publicPasswordEnabled", Kind::word, 5, "TRUE FALSE"},
@@ -210,6 +225,9 @@ constexpr Choice kSetPinChoices[] = {{"saUser"}, {"saPasswd"}, {"repeat"}};
 constexpr Choice kChangePinChoices[] = {{"unsafeUser"}, {"unsafePasswd"}, {"repeat"}};
 constexpr Choice kJobChoices[] = {{"name"}, {"file"}, {"action"}};
 constexpr Choice kFolderChoices[] = {{"what"}, {"name"}};
+constexpr Choice kCloneChoices[] = {{"groups"}};
+constexpr Choice kCloneReadChoices[] = {{"file"}};
+constexpr Choice kCloneApplyChoices[] = {{"upload"}, {"digest"}, {"items"}};
 constexpr Choice kMailboxChoices[] = {
     {"promptOnPrivateScan"}, {"publicPasswordEnabled"}, {"scanToPublic"}};
 
@@ -258,6 +276,9 @@ constexpr FormRule kForms[] = {
     {"/do/job", Role::anonymous, Act::none, kJobFields, {}, kJobChoices},
     {"/do/folder", Role::administrator, Act::none, kFolderFields, {}, kFolderChoices},
     {"/do/mailbox-settings", Role::administrator, Act::none, kMailboxFields, {}, kMailboxChoices},
+    {"/do/clone", Role::administrator, Act::none, kCloneFields, {}, kCloneChoices},
+    {"/do/clone-read", Role::administrator, Act::none, kCloneReadFields, {}, kCloneReadChoices},
+    {"/do/clone-apply", Role::administrator, Act::none, kCloneApplyFields, {}, kCloneApplyChoices},
 };
 
 // The new jobs of everybody start from it. The handlers compare the path they are given with its
@@ -432,6 +453,8 @@ std::string refuse_page_fields(std::string_view path, const std::vector<Field>& 
   }
   return "";
 }
+
+bool is_default_template(std::string_view path) { return path == kDefaultTemplate; }
 
 Role page_role(std::string_view path) {
   const PageRule* page = find_page(path);

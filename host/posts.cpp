@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "clone_forms.h"
 #include "error_page.h"
 #include "file_response.h"
 #include "host_forms.h"
@@ -122,6 +123,7 @@ class PostRun {
     if (auto outcome = run_mailbox_form(post_, {module_, mailbox_, visitors_, visit_})) {
       return *outcome;
     }
+    if (auto outcome = run_clone_form(post_, {module_, visitors_, visit_})) return *outcome;
     if (post_.form.path.starts_with(kHostForms)) {
       return run_host_form(post_, {module_, visitors_.accounts, mailbox_, visit_, history_});
     }

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "clone_contents.h"
 #include "clone_phrases.h"
 #include "device/paths.h"
 #include "device/phrases.h"
@@ -40,18 +41,22 @@ std::vector<std::string> page_faults(const Options& options) {
   return Site(options.pages, nullptr).check();
 }
 
-std::vector<std::string> clone_name_faults(const Options& options) {
+// A device without contents of clone groups has nothing to clone, and no fault.
+std::vector<std::string> clone_faults(const Options& options) {
   std::string error;
   if (!fs::exists(path_file(options))) return {};
   if (!load_device_paths(options, &error)) return {error};
-  return clone_phrase_faults(phrase_directories(options));
+  std::vector<std::string> faults = clone_phrase_faults(phrase_directories(options));
+  const std::string contents = clone_contents_file();
+  if (fs::exists(contents) && !CloneContents().load(contents, &error)) faults.push_back(error);
+  return faults;
 }
 
-// The first fault of the phrase files, else those of the names of clone groups.
+// The first fault of the phrase files, else those of the clone groups.
 std::vector<std::string> phrase_faults(const Options& options) {
   std::string error;
   if (!check_phrases(phrase_directories(options), &error)) return {error};
-  return clone_name_faults(options);
+  return clone_faults(options);
 }
 
 std::vector<std::string> certificate_faults(const Options& options) {

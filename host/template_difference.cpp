@@ -2,34 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "template_difference.h"
 
-#include <fcntl.h>
-
 #include <utility>
+
+#include "stored_template.h"
 
 namespace platen {
 namespace {
-
-// A template of the store's, opened for reading.
-class StoredTemplate {
- public:
-  explicit StoredTemplate(const ParserModule& module) : module_(module) {
-    module_.construct_template(&object_);
-  }
-  ~StoredTemplate() { module_.destruct_template(&object_); }
-  StoredTemplate(const StoredTemplate&) = delete;
-  StoredTemplate& operator=(const StoredTemplate&) = delete;
-
-  // Visits every value. Returns why the file cannot be read, or "".
-  std::string walk(const std::string& path, jt_visit visit, void* context) {
-    const bool is_read = module_.open_template(&object_, path.c_str(), O_RDONLY) != 0 &&
-                         module_.walk(&object_, visit, context) == 0;
-    return is_read ? "" : module_.error(&object_);
-  }
-
- private:
-  const ParserModule& module_;
-  TemplateObject object_ = {};
-};
 
 // The walk goes in the order of the file, in which no attribute stands twice: one that is not the
 // last one is new.

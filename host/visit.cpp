@@ -38,7 +38,8 @@ Visitors::Visitors(const std::string& database_file)
       audit(database),
       handover(database),
       grants(database),
-      throttle(database) {}
+      throttle(database),
+      uploads(database) {}
 
 Visit::Visit(Visitors& visitors, const Request& request)
     : visitors_(visitors),

@@ -8,6 +8,7 @@
 
 #include "accounts.h"
 #include "audit.h"
+#include "clone_uploads.h"
 #include "device/database.h"
 #include "handover.h"
 #include "http_message.h"
@@ -29,6 +30,7 @@ struct Visitors {
   Handover handover;
   MailboxGrants grants;
   Throttle throttle;  // of PINs and job passwords
+  CloneUploads uploads;
 };
 
 // The code of an installed language: the one that the visitor has chosen, else the browser's.

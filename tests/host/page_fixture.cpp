@@ -17,6 +17,7 @@
 #include "platform/configapi.h"
 #include "platform/log.h"
 #include "platform/server.h"
+#include "platform/xpaths.h"
 
 namespace platen {
 namespace {
@@ -217,6 +218,8 @@ long pool_generation() { return 7; }
 
 long configuration_writes(const std::string&) { return 0; }
 
+std::optional<std::vector<ConfigurationSetting>> configuration_settings() { return std::nullopt; }
+
 std::vector<std::string> languages() { return {"de-de", "en-us"}; }
 
 std::string best_language(std::string_view accept_language) {
@@ -246,6 +249,8 @@ char* Server_Translate_Phrase(const char* phrase, const char* language) {
 
 // A device on which nothing is set.
 int Cfg_GetAttrValue(const char*, char*, int) { return CFG_NO_VALUE; }
+const char* Cfg_GetContext(void) { return "test:"; }
+const char* xpaths_get_path(const char*) { return nullptr; }
 int Cfg_GetBoolAttrValue(const char*, bool_t*) { return CFG_NO_VALUE; }
 int Cfg_SetAttrValue(const char*, const char*) { return CFG_OK; }
 int Cfg_SetBoolAttrValue(const char*, bool_t) { return CFG_OK; }

@@ -62,7 +62,7 @@ TEST_F(PageTest, RefusesTagsThatItCannotUnderstand) {
                      "p.html:2:2: unknown tag \"Reason\"; the tags are parser, include, reason, "
                      "phrase, template, token, languages, login, posted, page, audit, status, "
                      "notice, accounts, jobs, "
-                     "mailbox, session, difference, versions, factory or deleted"},
+                     "mailbox, session, difference, versions, factory, deleted, clone or upload"},
                     {"<!--#parser-->", "p.html:1:1: the tag parser needs the attribute fn"},
                     {"<!--#parser fn=\"\"-->", "p.html:1:1: the tag parser needs the attribute fn"},
                     {"<!--#phrase-->", "p.html:1:1: the tag phrase needs the attribute id"},

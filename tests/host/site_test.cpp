@@ -249,7 +249,7 @@ TEST_F(SiteTest, AnswersAFaultyPageWith500AndLogsTheFault) {
                 "3 site.cpp p.html:2:1: unknown tag \"nothing\"; the tags are "
                 "parser, include, reason, phrase, template, token, languages, "
                 "login, posted, page, audit, status, notice, accounts, jobs, mailbox, "
-                "session, difference, versions, factory or deleted"}));
+                "session, difference, versions, factory, deleted, clone or upload"}));
 }
 
 TEST_F(SiteTest, AnswersAPrintOfUnknownValuesWith500AndNoneOfThePage) {
@@ -294,7 +294,7 @@ TEST_F(SiteTest, ChecksEveryPageAndTellsEachFaultOnce) {
                 "template, token, languages, login, posted, page, audit, status, notice, accounts, "
                 "jobs, mailbox, "
                 "session, "
-                "difference, versions, factory or deleted",
+                "difference, versions, factory, deleted, clone or upload",
                 "sub/c.js:1:5: a string, comment, template literal or regular expression is not "
                 "closed"}));
 }

@@ -9,7 +9,7 @@ import { fileURLToPath } from 'node:url';
 const pages = fileURLToPath(new URL('../../pages', import.meta.url));
 const scripts = path.join(pages, 'static/editor');
 const phraseId =
-  /"((?:accounts|action|audit|copy|delete|destinations|difference|edit|entries|file|history|list|metadata|password|pool|problems|status)\.[a-z.-]*[a-z])"/g;
+  /"((?:accounts|action|audit|clone|copy|delete|destinations|difference|edit|entries|file|history|list|metadata|password|pool|problems|status)\.[a-z.-]*[a-z])"/g;
 
 const matches = (text, pattern) => [...text.matchAll(pattern)].map(([, found]) => found);
 
