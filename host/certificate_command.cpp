@@ -75,7 +75,7 @@ std::string run_openssl(const std::vector<std::string>& arguments) {
 // The files while they are made; those that are not put into their place go.
 class NewFiles {
  public:
-  explicit NewFiles(std::string state)
+  explicit NewFiles(const std::string& state)
       : certificate_(state + "/certificate.pem"), key_(state + "/private-key.pem"), state_(state) {}
   ~NewFiles() {
     for (const std::string* file : {&certificate_, &key_}) unlink(fresh(*file).c_str());

@@ -71,7 +71,7 @@ $HTTP["url"] =~ "^/static/" {
     "x-sendfile-docroot" => ( "/var/spool/nc/image_store/s2mailbox" ),
 )";
 
-constexpr const char* kTlsConfiguration = R"(server.modules += ( "mod_openssl" )
+const std::string kTlsConfiguration = R"(server.modules += ( "mod_openssl" )
 ssl.engine = "enable"
 ssl.pemfile = env.CERTIFICATE
 ssl.privkey = env.PRIVATE_KEY
@@ -133,9 +133,9 @@ std::string front_configuration(const FrontLimits& limits, int request_time) {
 }
 
 std::string tls_configuration(const std::string& port, const std::string& plain) {
-  const std::string tls = kTlsConfiguration;
-  if (plain.empty()) return tls;
-  return tls + "$SERVER[\"socket\"] == \"" + plain + "\" { ssl.engine = \"disable\" }\n" +
+  if (plain.empty()) return kTlsConfiguration;
+  return kTlsConfiguration + "$SERVER[\"socket\"] == \"" + plain +
+         "\" { ssl.engine = \"disable\" }\n" +
          "$HTTP[\"scheme\"] == \"http\" { $HTTP[\"host\"] =~ \"^(.*?)(:\\d+)?$\" {\n" +
          "  url.redirect-code = 302\n" + "  url.redirect = ( \"\" => \"https://%1:" + port +
          "${url.path}${qsa}\" )\n} }\n";
@@ -212,6 +212,7 @@ bool Front::start(std::string* error) {
   }
   if (process_ == 0) {
     dup2(log[1], STDERR_FILENO);
+    pass_on_listeners(listeners_);
     run(program, "-D");
   }
   close(log[1]);
@@ -225,7 +226,6 @@ bool Front::start(std::string* error) {
 void Front::run(const std::string& program, const char* mode) const {
   setpgid(0, 0);
   dup2(STDERR_FILENO, STDOUT_FILENO);
-  pass_on_listeners(listeners_);
   setenv("DIRECTORY", directory_.c_str(), 1);
   setenv("CERTIFICATE", certificate_.c_str(), 1);
   setenv("PRIVATE_KEY", private_key_.c_str(), 1);
@@ -238,7 +238,7 @@ std::string Front::certificate_state() const {
   return state_of(certificate_) + state_of(private_key_);
 }
 
-// Asked of a second lighttpd, which listens nowhere and ends at once.
+// Asked of a second lighttpd, which is handed no listener and ends at once.
 bool Front::certificate_is_sound(std::string* error) const {
   if (certificate_state() == certificate_in_use_) return true;
   int status = -1;

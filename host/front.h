@@ -53,7 +53,8 @@ class Front {
   bool certificate_is_sound(std::string* error) const;
 
   // Has the web server take the files of the certificate if they are others than those in use, once
-  // what is under way has ended, and without refusing a connection meanwhile.
+  // what is under way has ended, and without refusing a connection meanwhile. Connections that are
+  // kept without a request are closed.
   void renew_certificate();
 
   // The process, 0 when there is none, and the descriptor that is readable when it has logged.

@@ -117,7 +117,8 @@ std::vector<int> take_inherited_listeners() {
   const char* owner = getenv("LISTEN_PID");
   const bool inherited =
       count != nullptr && (owner == nullptr || owner == std::to_string(getpid()));
-  std::vector<int> listeners(inherited ? std::clamp(std::atoi(count), 0, kMostInherited) : 0);
+  const int handed = inherited ? std::clamp(std::atoi(count), 0, kMostInherited) : 0;
+  std::vector<int> listeners(static_cast<size_t>(handed));
   std::iota(listeners.begin(), listeners.end(), kFirstInherited);
   for (const int listener : listeners) {
     fcntl(listener, F_SETFD, FD_CLOEXEC);
@@ -130,6 +131,7 @@ std::vector<int> take_inherited_listeners() {
 // They first move out of the way of each other.
 void pass_on_listeners(const std::vector<int>& listeners) {
   std::vector<int> copies;
+  copies.reserve(listeners.size());
   for (const int listener : listeners) {
     copies.push_back(fcntl(listener, F_DUPFD_CLOEXEC, kFirstInherited + kMostInherited));
   }

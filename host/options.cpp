@@ -213,7 +213,7 @@ std::string settings_directory(const Options& options) {
 }
 
 std::string fill_defaults(Options* options) {
-  const std::string contradiction = contradiction_in(*options);
+  std::string contradiction = contradiction_in(*options);
   if (!contradiction.empty()) return contradiction;
   const auto fill = [](std::string* field, const std::string& value) {
     if (field->empty()) {

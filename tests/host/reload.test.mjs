@@ -57,10 +57,10 @@ function load(platend) {
       const { status } = await request(platend.address, '/', { agent });
       statuses.set(status, (statuses.get(status) ?? 0) + 1);
     }
-    agent?.destroy();
+    if (agent) agent.destroy();
   };
   const kept = () => new http.Agent({ keepAlive: true, maxSockets: 1 });
-  const clients = [client(), client(), client(kept()), client(kept())];
+  const clients = [client(false), client(false), client(kept()), client(kept())];
   return async () => {
     over = true;
     await Promise.all(clients);
