@@ -7,7 +7,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <span>
+#include <optional>
 
 #include "address.h"
 #include "template_file.h"
@@ -50,20 +50,36 @@ Exit edit_values(const Options& options, const MakeEdit& make) {
   return kDone;
 }
 
-// What the template holds for an address now; type and mark of a new one are the store's own.
 struct Held {
   std::string type;
   bool compulsory = false;
 };
-Held held_of(TemplateFile& file, const Address& address) {
+
+// What the template holds for an address now, if it has that attribute.
+std::optional<Held> find_held(TemplateFile& file, const Address& address) {
   std::vector<std::string> invocations = file.invocations(address.service);
   std::string invocation = address.invocation.value_or(invocations.empty() ? "" : invocations[0]);
   for (const Attribute& attribute : file.attributes()) {
     bool same = attribute.service == address.service && attribute.invocation == invocation &&
                 attribute.name == address.attribute;
-    if (same) return {attribute.type, attribute.compulsory};
+    if (same) return Held{attribute.type, attribute.compulsory};
   }
-  return {};
+  return std::nullopt;
+}
+
+// The same; type and mark of a new attribute are the store's own.
+Held held_of(TemplateFile& file, const Address& address) {
+  return find_held(file, address).value_or(Held());
+}
+
+// What is to be held, as the options say.
+Held changed(Held held, const Options& options) {
+  if (options.compulsory && options.optional) {
+    throw Failure(kWrongUse, "ktp: --compulsory and --optional cannot be had at once");
+  }
+  if (!options.type.empty()) held.type = options.type;
+  held.compulsory = options.compulsory || (held.compulsory && !options.optional);
+  return held;
 }
 
 bool_t write(TemplateFile& file, const Edit& edit, const Held& held, bool first) {
@@ -84,6 +100,32 @@ bool_t delete_one(TemplateFile& file, const Address& address) {
   const char* attribute = address.attribute.c_str();
   return invocation ? DeleteAttributeWInvoc(object, service, invocation, attribute)
                     : DeleteAttribute(object, service, attribute);
+}
+
+// Adds an attribute without values.
+void make_attribute(TemplateFile& file, const std::string& item, const Options& options) {
+  Edit edit{read_address(item), ""};
+  if (find_held(file, edit.address)) {
+    throw Failure(kNotPermitted, file.path() + ": " + item + ": it is there already");
+  }
+  require(write(file, edit, changed(Held(), options), true), file, item);
+  require(RemoveAttributeStringWInvoc(file.object(), edit.address.service.c_str(),
+                                      edit.address.invocation_name(),
+                                      edit.address.attribute.c_str(), ""),
+          file, item);
+}
+
+// Adds an invocation; returns its address.
+std::string make_invocation(TemplateFile& file, const std::string& item) {
+  char name[256];
+  Address address = read_address(item);
+  if (address.invocation) {
+    throw Failure(kWrongUse,
+                  "ktp: " + item + ": the store names new invocations; give the service");
+  }
+  require(CreateInvocationWSize(file.object(), address.service.c_str(), name, sizeof name), file,
+          item);
+  return address_text(address.service, name, "") + "\n";
 }
 
 // Copies a template and gives it the name of its new file, as the pages do. It gets the name before
@@ -120,14 +162,8 @@ void guard_target(const std::string& path, bool force) {
 }  // namespace
 
 Exit set_values(const Options& options) {
-  if (options.compulsory && options.optional) {
-    throw Failure(kWrongUse, "ktp: --compulsory and --optional cannot be had at once");
-  }
   return edit_values(options, [&](TemplateFile& file, const Edit& edit) {
-    Held held = held_of(file, edit.address);
-    if (!options.type.empty()) held.type = options.type;
-    held.compulsory = options.compulsory || (held.compulsory && !options.optional);
-    return write(file, edit, held, true);
+    return write(file, edit, changed(held_of(file, edit.address), options), true);
   });
 }
 
@@ -150,16 +186,11 @@ Exit make_new(const Options& options) {
   TemplateFile file(options.operands[0]);
   std::string names;
   for (const std::string& item : items_of(options)) {
-    char name[256];
-    Address address = read_address(item);
-    if (address.invocation || !address.attribute.empty()) {
-      throw Failure(kWrongUse, "ktp: " + item +
-                                   ": new takes services; their invocations are named by the "
-                                   "store, and set makes attributes");
+    if (read_address(item).attribute.empty()) {
+      names += make_invocation(file, item);
+    } else {
+      make_attribute(file, item, options);
     }
-    int made = CreateInvocationWSize(file.object(), address.service.c_str(), name, sizeof name);
-    require(made, file, item);
-    names += address_text(address.service, name, "") + "\n";
   }
   file.save();
   std::fputs(names.c_str(), stdout);

@@ -101,6 +101,19 @@ test('add, remove, new and delete change lists, invocations and services', (t) =
   assert.equal(ktp('delete', 'a.KTP', 's:s_1').status, 1);
 });
 
+test('new adds attributes without values, and none that is there', (t) => {
+  const { ktp, read, write } = stage(t);
+  write('a.KTP', template);
+  assert.deepEqual(ktp('new', 'a.KTP', 's:i.b', 'fresh.c', '--type', 'integer', '--compulsory'), done);
+  assert.equal(
+    read('a.KTP'),
+    `${template}    b (integer, compulsory)\n\n[service fresh]\n  [invocation fresh_1]\n    c (integer, compulsory)\n`,
+  );
+  const refused = { status: 4, out: '', err: 'a.KTP: s.a: it is there already\n' };
+  assert.deepEqual(ktp('new', 'a.KTP', 'other', 's.a'), refused);
+  assert.equal(ktp('get', 'a.KTP', 's.a').out, 'one\n');
+});
+
 test('"-" stands for standard input', (t) => {
   const { ktp, write } = stage(t);
   write('a.KTP', template);
