@@ -28,8 +28,8 @@ inline constexpr std::string_view kMailboxPool = "/tmp/template/pool/mailbox";
 inline constexpr std::string_view kSystemPool = "/tmp/template/pool/system";
 inline constexpr std::string_view kFactoryPool = "/tmp/template/pool/factory";
 
-// The longest clone file that is read in: a form has a few fields beside it.
-inline constexpr size_t kLongestClone = kLongestBody - size_t{64} * 1024;
+// The longest clone file.
+inline constexpr size_t kLongestClone = kLongestFile;
 
 // Whether the path is that of the protected default template.
 bool is_default_template(std::string_view path);
