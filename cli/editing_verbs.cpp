@@ -155,7 +155,8 @@ mode_t mode_of_new_file() {
 
 void guard_target(const std::string& path, bool force) {
   guard(path, force);
-  if (force || !std::filesystem::exists(path)) return;
+  struct stat info = {};
+  if (force || ::lstat(path.c_str(), &info) != 0) return;
   throw Failure(kNotPermitted, path + ": it is there already; --force replaces it");
 }
 
@@ -210,7 +211,7 @@ Exit delete_things(const Options& options) {
 Exit copy(const Options& options) {
   const std::string& from = options.operands[0];
   std::filesystem::path to = options.operands[1];
-  if (std::filesystem::is_directory(to)) to /= std::filesystem::path(from).filename();
+  if (is_directory(to)) to /= std::filesystem::path(from).filename();
   guard_target(to, options.force);
   copy_named(from, to, options);
   return kDone;

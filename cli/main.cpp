@@ -7,11 +7,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "template_file.h"
 #include "verbs.h"
 
 namespace {
@@ -74,7 +74,7 @@ std::string history_directory(const CLI::Option* said, const std::string& text) 
   if (said->count() > 0) return text;
   const char* wanted = std::getenv("KTP_HISTORY");
   if (wanted) return wanted;
-  return std::filesystem::is_directory(kDeviceHistory) ? kDeviceHistory : "";
+  return ktp::is_directory(kDeviceHistory) ? kDeviceHistory : "";
 }
 
 ktp::Exit run(int argc, char** argv) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -120,7 +119,7 @@ Exit check_one(const std::string& path, bool json, Json* faults) {
 
 // The files that an operand of check stands for.
 std::vector<std::string> files_of(const std::string& operand) {
-  if (!std::filesystem::is_directory(operand)) return {operand};
+  if (!is_directory(operand)) return {operand};
   std::vector<std::string> files = names_in(operand);
   for (std::string& file : files) file = in_directory(operand, file);
   return files;

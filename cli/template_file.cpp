@@ -12,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <system_error>
 
 namespace ktp {
 namespace {
@@ -144,6 +145,11 @@ std::string plain_path(const std::string& path) {
   std::error_code fault;
   std::filesystem::path plain = std::filesystem::weakly_canonical(path, fault);
   return fault ? path : plain.string();
+}
+
+bool is_directory(const std::string& path) {
+  std::error_code fault;
+  return std::filesystem::is_directory(path, fault);
 }
 
 void guard(const std::string& path, bool force) {

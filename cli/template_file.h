@@ -71,6 +71,9 @@ std::vector<Attribute> read_template(const std::string& path);
 // The path without links, "." and "..", as far as it is there.
 std::string plain_path(const std::string& path);
 
+// False also for what cannot be reached.
+bool is_directory(const std::string& path);
+
 // Throws Failure (not permitted) for the template that nobody changes by accident.
 void guard(const std::string& path, bool force);
 

@@ -300,6 +300,7 @@ test('wrong use ends with 2 and says what is missing', (t) => {
 test('a file that is no regular one is not permitted, a missing one is not found', (t) => {
   const { ktp } = stage(t);
   assert.equal(ktp('show', 'web').status, 4);
+  assert.equal(ktp('check', 'a'.repeat(300)).status, 1); // a name that the file system refuses to look at
   assert.equal(ktp('get', 'absent', 's.a').status, 1);
 });
 
