@@ -20,6 +20,9 @@ inline constexpr DeviceDirectory kDeviceDirectories[] = {
     {"spool", "/var/spool/nc", "mailbox folders"},
 };
 
+// Why a directory is missing or may not be read and written, with what to do; empty when it may.
+std::string directory_fault(const std::string& path);
+
 // One sentence for each of them that is missing or may not be read and written, with what to do.
 std::vector<std::string> device_directory_faults();
 

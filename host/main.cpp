@@ -17,6 +17,7 @@
 #include "device/database.h"
 #include "device/log.h"
 #include "device_directories.h"
+#include "doctor_command.h"
 #include "field_rules.h"
 #include "first_settings.h"
 #include "front.h"
@@ -274,6 +275,13 @@ int run_command(const Options& options) {
                            : config_command(words, database_file(options), stdout, stderr);
 }
 
+// Where the configuration is faulty, what is not of the command line is by default.
+int diagnose(Options options, size_t faults) {
+  fill_defaults(&options);
+  const std::vector<std::string> words(options.command.begin() + 1, options.command.end());
+  return doctor_command(words, options, faults, stdout, stderr);
+}
+
 // What lies elsewhere can be served without one of them.
 void advise_on_directories(const Options& options) {
   if (!options.data.empty() || options.sandboxed) return;
@@ -298,7 +306,11 @@ int run(const std::vector<std::string>& arguments) {
     return 0;
   }
   const auto faults = complete_options(&options);
-  if (!tell_faults(faults, options.check ? stdout : stderr)) return kFailed;
+  const bool is_sound = tell_faults(faults, options.check ? stdout : stderr);
+  if (!options.command.empty() && options.command.front() == "doctor") {
+    return diagnose(std::move(options), faults.size());
+  }
+  if (!is_sound) return kFailed;
   if (!options.command.empty()) return run_command(options);
   advise_on_directories(options);
   if (options.check) {

@@ -13,7 +13,7 @@
 namespace platen {
 namespace {
 
-constexpr std::string_view kCommands[] = {"account", "certificate", "config"};
+constexpr std::string_view kCommands[] = {"account", "certificate", "config", "doctor"};
 
 struct Flag {
   bool Options::*field;
@@ -213,8 +213,6 @@ std::string settings_directory(const Options& options) {
 }
 
 std::string fill_defaults(Options* options) {
-  std::string contradiction = contradiction_in(*options);
-  if (!contradiction.empty()) return contradiction;
   const auto fill = [](std::string* field, const std::string& value) {
     if (field->empty()) {
       *field = value;
@@ -225,7 +223,7 @@ std::string fill_defaults(Options* options) {
   fill(&options->settings, settings_directory(*options));
   fill(&options->state, options->data.empty() ? "/var/lib/platen" : options->data + "/state");
   fill(&options->history, (options->data.empty() ? options->state : options->data) + "/history");
-  return "";
+  return contradiction_in(*options);
 }
 
 std::vector<std::string> take_over(const Options& fresh, Options* options) {
@@ -252,6 +250,27 @@ std::vector<std::string> setting_names() {
   return names;
 }
 
+namespace {
+
+std::string value_text(const OptionRow& row, const Options& options) {
+  if (const auto* number = std::get_if<Number>(&row.target)) {
+    return std::to_string(options.*number->field);
+  }
+  const auto* path = std::get_if<Path>(&row.target);
+  return path != nullptr ? options.*path->field : options.*std::get<Text>(row.target).field;
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> setting_values(const Options& options) {
+  std::vector<std::pair<std::string, std::string>> values;
+  for (const OptionRow& row : kOptions) {
+    if (row.use == Use::start) continue;
+    values.emplace_back(row.name.substr(2), value_text(row, options));
+  }
+  return values;
+}
+
 std::string help_text() {
   constexpr size_t kColumn = 26;
   std::string text =
@@ -259,13 +278,15 @@ std::string help_text() {
       "Usage: platend [OPTION]...\n"
       "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n"
       "       platend [OPTION]... config list|get|set [KEY [VALUE]]\n"
-      "       platend [OPTION]... certificate [NAME]...\n\n"
+      "       platend [OPTION]... certificate [NAME]...\n"
+      "       platend [OPTION]... doctor [FILE]\n\n"
       "It starts lighttpd as its web server, answers the pages with a few worker processes\n"
       "of its own, and prints the address once it serves. Ctrl-C stops everything.\n\n"
       "At its first start it makes the account \"admin\" and prints its password. With "
       "\"account\"\n"
       "it manages the accounts of the same --data or --state, with \"config\" the device's\n"
-      "settings there, and ends; \"certificate\" makes a self-signed one for a first try.\n\n"
+      "settings there, and ends; \"certificate\" makes a self-signed one for a first try, and\n"
+      "\"doctor\" tells what somebody who helps needs to know, without a secret.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
     if (row.help.empty()) continue;

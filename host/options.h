@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace platen {
@@ -18,7 +19,7 @@ struct Options {
   bool sandboxed = false;              // the process runs in the sandbox that `data` asked for
   std::vector<std::string> arguments;  // those that parse_options() has read
   std::vector<std::string>
-      command;         // "account", "certificate" or "config" and the words after it; empty: serve
+      command;         // "account", "config" or another, and the words after it; empty: serve
   std::string config;  // configuration file; empty: platend.conf in `settings`, if it is there
   std::string address = "127.0.0.1";
   int port = 8080;          // 0: any free one
@@ -54,7 +55,7 @@ std::string set_option(std::string_view name, const std::string& value, const st
 std::string settings_directory(const Options& options);
 
 // Fills in what depends on other options, where it was not given. Returns what contradicts itself,
-// empty when nothing does.
+// empty when nothing does; all is filled in either way.
 std::string fill_defaults(Options* options);
 
 // Takes over from `fresh` what may change while platend serves. Returns the names of the other
@@ -63,6 +64,9 @@ std::vector<std::string> take_over(const Options& fresh, Options* options);
 
 // The names of the options that may stand in a configuration file.
 std::vector<std::string> setting_names();
+
+// Each setting with its value as text, in the order of the help; empty where it has none.
+std::vector<std::pair<std::string, std::string>> setting_values(const Options& options);
 
 // The text of --help.
 std::string help_text();

@@ -210,6 +210,8 @@ void execute(const std::string& name, std::string_view* text) {
 }  // namespace
 
 // The handlers of the process's own signals stay, but for the one of the processor time.
+const char* php_engine_version() { return PHP_VERSION; }
+
 bool start_php() {
   static sapi_module_struct interface = make_interface();
   zend_signal_startup();

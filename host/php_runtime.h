@@ -16,6 +16,9 @@ namespace platen {
 // their own. Returns false when the engine does not start, which it explains on standard error.
 bool start_php();
 
+// The version of the engine that this program was built with.
+const char* php_engine_version();
+
 // What a run has come to.
 struct PhpResult {
   std::string output;  // empty when there is a fault

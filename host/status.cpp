@@ -83,14 +83,6 @@ Json ends_json(const ServerState& server) {
   return ends;
 }
 
-std::vector<std::string> pool_directories() {
-  std::vector<std::string> directories;
-  for (const std::string root : kPoolRoots) {
-    for (const char* part : kPoolParts) directories.push_back(root + part);
-  }
-  return directories;
-}
-
 }  // namespace
 
 bool is_low(uint64_t free_bytes, uint64_t all_bytes) {
@@ -120,6 +112,14 @@ Json disks_json(const std::vector<StoragePlace>& places) {
     disks[disk->second]["names"].push_back(place.name);
   }
   return disks;
+}
+
+std::vector<std::string> pool_directories(const std::vector<std::string>& roots) {
+  std::vector<std::string> directories;
+  for (const std::string& root : roots) {
+    for (const char* part : kPoolParts) directories.push_back(root + part);
+  }
+  return directories;
 }
 
 Json templates_json(const ParserModule& module, const std::vector<std::string>& directories) {
@@ -162,7 +162,8 @@ Json status_json(const StatusSources& sources) {
           {"disks", disks_json({{kPoolRoots[0], "templates"},
                                 {"/var/spool/nc", "mailbox"},
                                 {sources.state, "settings"}})},
-          {"templates", templates_json(sources.module, pool_directories())}};
+          {"templates", templates_json(sources.module, pool_directories({std::begin(kPoolRoots),
+                                                                         std::end(kPoolRoots)}))}};
 }
 
 }  // namespace platen

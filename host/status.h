@@ -26,6 +26,9 @@ bool is_low(uint64_t free_bytes, uint64_t all_bytes);
 // The disks of the places, one for all places on it: [{"names", "free", "size", "isLow"}].
 Json disks_json(const std::vector<StoragePlace>& places);
 
+// The directories of pools in `roots`, as "/tmp/template/pool", each root first.
+std::vector<std::string> pool_directories(const std::vector<std::string>& roots);
+
 // Opens every template of the directories, 10,000 at most: {"checked", "isComplete", "broken":
 // [{"file", "reason"}]} with the first 100 that cannot be opened.
 Json templates_json(const ParserModule& module, const std::vector<std::string>& directories);
