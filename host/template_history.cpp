@@ -35,12 +35,16 @@ std::string directory_of(const std::string& path) { return path.substr(0, path.r
 
 std::string name_of(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
-// The template that a factory template stands for: the mailbox folder's where only that exists. An
-// empty path when there is neither.
-std::string used_instead_of(const std::string& factory_path) {
+// The template that a page compares a factory template with: in the pool and of the name that the
+// fields TemplateDir and file give, else of its own name, the mailbox folder's where only that
+// exists. An empty path when there is none.
+std::string used_instead_of(const std::string& factory_path, const std::vector<Field>& query) {
+  const std::string pool_asked = query_value(query, "TemplateDir");
+  const std::string name_asked = query_value(query, "file");
+  const std::string name = name_asked.empty() ? name_of(factory_path) : name_asked;
   for (const std::string_view pool : {kSystemPool, kMailboxPool}) {
-    std::string path = std::string(pool) + '/' + name_of(factory_path);
-    if (exists(path)) return path;
+    std::string path = std::string(pool) + '/' + name;
+    if ((pool_asked.empty() || pool_asked == pool) && exists(path)) return path;
   }
   return "";
 }
@@ -74,7 +78,7 @@ Json TemplateHistory::difference(const std::vector<Field>& query) const {
   if (path.empty()) return nullptr;
   if (id.empty()) {
     if (directory_of(path) != kFactoryPool) return nullptr;
-    return difference_json(module_, path, used_instead_of(path));
+    return difference_json(module_, path, used_instead_of(path, query));
   }
   const std::string kept = kept_file(path, id);
   if (!kept.empty()) return difference_json(module_, kept, exists(path) ? path : "");
@@ -107,18 +111,19 @@ Json TemplateHistory::list(const std::vector<Field>& query) const {
 Json TemplateHistory::deleted(const std::vector<Field>& query, Role role) const {
   const std::string directory = query_value(query, "TemplateDir");
   if (directory.empty() || role < writer_role(directory + '/')) return nullptr;
+  const auto path_of = [&](const std::string& name) { return fs::path(directory) / name; };
   std::vector<std::string> names;
   std::error_code fault;
   const fs::path kept = directory_ + fs::canonical(directory, fault).string();
   for (fs::directory_iterator entry(kept, fault), end; !fault && entry != end;
        entry.increment(fault)) {
     const std::string name = entry->path().filename();
-    if (!exists(directory + '/' + name)) names.push_back(name);
+    if (!exists(path_of(name))) names.push_back(name);
   }
   std::ranges::sort(names);
   Json rows = Json::array();
   for (const std::string& name : names) {
-    const std::vector<KeptVersion> list = versions(directory + '/' + name);
+    const std::vector<KeptVersion> list = versions(path_of(name));
     if (list.empty()) continue;
     rows.push_back({{"name", valid_utf8(name)},
                     {"time", utc_text(list.front().time)},

@@ -38,7 +38,8 @@ class TemplateHistory {
 
   // The difference that a page is about, as difference_json() gives it: the version of the template
   // before what the template holds now, or a factory template before the one of its name that the
-  // device uses. Null when the page is about none; a version that is gone is a fault.
+  // device uses, or before the one that the fields TemplateDir and file choose. Null when the page is
+  // about none; a version that is gone is a fault.
   Json difference(const std::vector<Field>& query) const;
 
   // The factory templates, as factory_templates() gives them.

@@ -29,8 +29,8 @@ test('the administrator compares a factory template with the one in use and rest
   await page.goto(device.url('pool.html', { TemplateDir: factory }));
   await follow(page, page.getByRole('link', { name: 'Compare and restore' }));
   const states = await shown(page, '#templates li');
-  assert.ok(states.some((text) => /^EMAIL\s+System: changed$/.test(text)), states.join('|'));
-  assert.ok(states.some((text) => /^NETWORK\s+System: not there$/.test(text)), states.join('|'));
+  assert.ok(states.some((text) => /^EMAIL\s+System: changed · Mailbox: not there$/.test(text)), states.join('|'));
+  assert.ok(states.some((text) => /^NETWORK\s+System: not there · Mailbox: not there$/.test(text)), states.join('|'));
   await follow(page, page.getByRole('link', { name: 'EMAIL', exact: true }));
   await page.locator('table.difference').waitFor();
   await checkBothWidths(page, 'restore');
@@ -41,8 +41,29 @@ test('the administrator compares a factory template with the one in use and rest
   await page.locator('.notice', { hasText: '"EMAIL.KTP" is restored from the factory pool.' }).waitFor();
   assert.ok(!device.read('EMAIL.KTP', 'system').includes('Mail <b>'));
   await page.goto(device.url('restore.html'));
-  assert.ok((await shown(page, '#templates li')).some((text) => /^EMAIL\s+System: as shipped$/.test(text)));
+  assert.ok((await shown(page, '#templates li')).some((text) => /^EMAIL\s+System: as shipped · /.test(text)));
   assert.deepEqual(page.faults.filter((fault) => !fault.includes('409')), []);
+});
+
+test('a factory template is compared with the template of the chosen pool and name', async (t) => {
+  const device = await startDevice(t);
+  const page = await device.administrator();
+  await page.goto(device.url('restore.html', { ParserFilename: `${factory}/MAILBOX.KTP` }));
+  assert.deepEqual(await shown(page, '#used'), ['/tmp/template/pool/system/MAILBOX.KTP']);
+  await page.getByText('There is no such template yet.').waitFor();
+  assert.equal(await page.locator('#compare').isVisible(), false);
+  await page.getByLabel('Pool', { exact: true }).selectOption({ label: 'Mailbox' });
+  await page.getByLabel('Restore as').fill('anna');
+  await follow(page, page.getByRole('link', { name: 'Compare with that template' }));
+  await page.locator('table.difference').waitFor();
+  assert.deepEqual(await shown(page, '#used'), ['/tmp/template/pool/mailbox/anna.KTP']);
+  assert.equal(await page.getByLabel('Restore as').inputValue(), 'anna');
+  assert.equal(await page.locator('#compare').isVisible(), false);
+  await checkBothWidths(page, 'restore-mailbox');
+  await page.getByLabel('Replace the template of that name').check();
+  await follow(page, page.getByRole('button', { name: 'Restore' }));
+  await page.locator('.notice', { hasText: '"anna.KTP" is restored from the factory pool.' }).waitFor();
+  assert.deepEqual(page.faults, []);
 });
 
 test('the default template is shown as protected, without a button', async (t) => {
