@@ -102,7 +102,8 @@ Response page(int status, const std::string& text) {
   response.body = "<!DOCTYPE html>\n<html lang=\"" + spoken_language() +
                   "\">\n<head>\n<meta charset=\"utf-8\">\n"
                   "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-                  "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
+                  "<meta name=\"color-scheme\" content=\"light dark\">\n"
+                  "<link rel=\"stylesheet\" href=\"/static/platen.css\">\n<title>" +
                   title_of(status) + "</title>\n</head>\n<body>\n<main>\n" + text +
                   "</main>\n</body>\n</html>\n";
   return response;

@@ -28,6 +28,11 @@ TEST(ErrorPage, IsInTheLanguageThatIsSpoken) {
   EXPECT_NE(error_response(404).body.find("<html lang=\"de-de\">"), std::string::npos);
 }
 
+TEST(ErrorPage, LooksLikeTheOtherPages) {
+  EXPECT_NE(error_response(404).body.find("<link rel=\"stylesheet\" href=\"/static/platen.css\">"),
+            std::string::npos);
+}
+
 TEST(ErrorPage, ForAllHasEveryLanguage) {
   const std::string english =
       "<h1>413 Payload Too Large</h1>\n<p>What was sent is too large.</p>\n<p>Send less.</p>\n"
