@@ -6,6 +6,7 @@
 #include <iterator>
 #include <set>
 
+#include "mailbox_spool.h"
 #include "said.h"
 
 namespace platen {
@@ -285,6 +286,9 @@ constexpr FormRule kForms[] = {
 // own; as only paths in their shortest form come through, there is no other spelling of it.
 constexpr std::string_view kDefaultTemplate = "/tmp/template/pool/system/default.ktp";
 
+// The device looks for the template of a folder under this end of its name alone.
+constexpr std::string_view kFolderSuffix = ".KTP";
+
 // `fault` is what the field does wrong, such as "is missing; fill it in".
 std::string field_refusal(std::string_view field, std::string_view fault) {
   return said("The field \"{1}\" {2}.", field, fault);
@@ -394,6 +398,20 @@ std::optional<Refusal> refuse_change(std::string_view path, Act act, Role role) 
   return std::nullopt;
 }
 
+// A template of the mailbox is a folder. One of another name could neither be opened nor removed.
+std::optional<Refusal> refuse_folder(const FormRule& form, std::string_view destination) {
+  if (form.act == Act::renames || !is_in_part(destination, "mailbox")) return std::nullopt;
+  const std::string field = form.act == Act::uploads ? "name" : "CopyParserFilenameMailbox";
+  const std::string_view name = name_of(destination);
+  const std::string_view folder = name.substr(0, name.rfind('.'));
+  if (!name.ends_with(kFolderSuffix)) {
+    return Refusal{422, said("A mailbox folder's template ends in .KTP, in capitals."), field};
+  }
+  const std::string fault = value_fault({"", Kind::folder, kFolderLimit}, folder);
+  if (fault.empty() || folder == kPublicFolder) return std::nullopt;
+  return Refusal{422, said("The folder's name {1}.", fault), field};
+}
+
 std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormField>& fields,
                                   Role role) {
   if (form.act == Act::none) return std::nullopt;
@@ -427,6 +445,7 @@ std::optional<Refusal> refuse_act(const FormRule& form, const std::vector<FormFi
              "choose another pool"),
         403);
   }
+  if (auto refusal = refuse_folder(form, destination)) return refusal;
   if (destination == source) {
     return Refusal{422, said("The new name is that of the template itself; choose another."),
                    form.act == Act::renames ? "NewName" : "CopyParserFilename"};

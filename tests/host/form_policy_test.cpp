@@ -41,6 +41,13 @@ Fields joined(Fields first, const Fields& second) {
   return first;
 }
 
+// The fields of an upload.
+std::vector<FormField> uploaded(const std::string& pool, const std::string& name) {
+  std::vector<FormField> fields = form_fields({{"file", "x"}, {"pool", pool}, {"name", name}});
+  fields[0].is_file = true;
+  return fields;
+}
+
 const Fields kRun = {{"ServiceName", "s"},   {"InvocationName", "i"}, {"AttributeName", "a"},
                      {"AttributeType", "t"}, {"AttributeValue", "v"}, {"Compulsory", "TRUE"},
                      {"was", "{}"},          {"Action", "update"}};
@@ -252,7 +259,7 @@ TEST(FormPolicy, RestoresBareNamesOfTheFactoryPoolOnly) {
       {{source, system, {"replace", "yes"}, {"NextPage", "/x"}}, ""},
       {{source, {"CopyParserFilename", "A.KTP"}}, ""},
       {{source, {"CopyParserFilename", "DEFAULT.KTP"}}, ""},
-      {{source, {"CopyParserFilenameMailbox", "default.ktp"}}, ""},
+      {{source, {"CopyParserFilenameMailbox", "default.KTP"}}, ""},
       {{{"ParserFilename", "default.ktp"}, system}, ""},
       {{{"ParserFilename", std::string(223, 'x') + ".KTP"}, system}, ""},
       {{{"ParserFilename", std::string(224, 'x') + ".KTP"}, system},
@@ -320,7 +327,7 @@ TEST(FormPolicy, TakesUploadsForPoolsThatTheirSenderMayChange) {
 TEST(FormPolicy, LeavesTheFoldersOfTheMailboxToTheAdministrator) {
   const Fields rename = {{"ParserFilename", kPool + "mailbox/A.KTP"}, {"NewName", "B.KTP"}};
   const Fields copy = {{"ParserFilename", kWebFile},
-                       {"CopyParserFilenameMailbox", std::string(217, 'x') + ".ktp"}};
+                       {"CopyParserFilenameMailbox", std::string(62, 'x') + ".KTP"}};
   EXPECT_EQ(refusal("/do/rename", rename, Role::administrator),
             "422 ParserFilename: \"A.KTP\" belongs to a mailbox folder: it goes, or gets another "
             "name, with its folder on the page of the mailbox settings.");
@@ -331,6 +338,33 @@ TEST(FormPolicy, LeavesTheFoldersOfTheMailboxToTheAdministrator) {
         "403 CopyParserFilenameMailbox: The field \"CopyParserFilenameMailbox\" leads to the "
         "mailbox, whose folders only an administrator makes or replaces; choose another pool.")
         << form;
+  }
+}
+
+TEST(FormPolicy, MakesMailboxFoldersOfGoodNamesOnly) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"_PUBLIC.KTP", ""},
+      {"_PUBLIC.ktp", "A mailbox folder's template ends in .KTP, in capitals."},
+      {"a.Ktp", "A mailbox folder's template ends in .KTP, in capitals."},
+      {std::string(63, 'x') + ".KTP", "The folder's name is too long; it has at most 62 bytes."},
+      {"a&b.KTP", "The folder's name holds a slash or \"&\"."},
+      {"a\"=b.KTP", "The folder's name holds a quote, \"=\" or a backslash."},
+  };
+  for (const auto& [name, fault] : rows) {
+    const auto refused = [&](const char* field) {
+      return fault.empty() ? "" : "422 " + std::string(field) + ": " + fault;
+    };
+    const Fields copy = {{"ParserFilename", kWebFile}, {"CopyParserFilenameMailbox", name}};
+    const Fields restore = {{"ParserFilename", "A.KTP"}, {"CopyParserFilenameMailbox", name}};
+    for (const auto form : {kCopy, kSet}) {
+      EXPECT_EQ(refusal(form, copy), refused("CopyParserFilenameMailbox")) << form;
+    }
+    EXPECT_EQ(refusal(kRestore, restore), refused("CopyParserFilenameMailbox")) << name;
+    const auto upload =
+        refuse_form(*find_form("/do/upload"), uploaded("mailbox", name), Role::administrator);
+    EXPECT_EQ(upload ? upload->text : "", fault) << name;
+    EXPECT_EQ(upload ? upload->field : "name", "name");
+    EXPECT_FALSE(refuse_form(*find_form("/do/upload"), uploaded("web", name), Role::user)) << name;
   }
 }
 
