@@ -107,10 +107,12 @@ class Members {
     return member.get<std::string>();
   }
 
+  // A whole number from 1 on: 0 is the token of what belongs to no group.
   int number(const char* name) {
     const Json& member = take(name);
-    if (!member.is_number_unsigned() || member.get<uint64_t>() > kLargest) wrong(name);
-    return member.get<int>();
+    const uint64_t number = member.is_number_unsigned() ? member.get<uint64_t>() : 0;
+    if (number < 1 || number > kLargest) wrong(name);
+    return static_cast<int>(number);
   }
 
   const Json& list(const char* name) {

@@ -125,13 +125,14 @@ std::string attribute_text(const std::vector<std::string>& file, const std::set<
   return text;
 }
 
-// The last line of an invocation's attributes; 0 when it has none.
-int last_line(const AttributeLines& lines, const TemplateAttribute& row) {
-  int last = 0;
+// The last line of each invocation's attributes, by service and invocation.
+using LastLines = std::map<std::pair<std::string, std::string>, int>;
+
+LastLines last_lines(const AttributeLines& lines) {
+  LastLines last;
   for (const auto& [place, numbers] : lines) {
-    const bool is_beside =
-        std::get<0>(place) == row.service && std::get<1>(place) == row.invocation;
-    if (is_beside) last = std::max(last, *numbers.rbegin());
+    int& line = last[{std::get<0>(place), std::get<1>(place)}];
+    line = std::max(line, *numbers.rbegin());
   }
   return last;
 }
@@ -166,12 +167,11 @@ WithheldText withhold_secrets(const ParserModule& module, const std::string& pat
   const std::vector<TemplateAttribute> secrets = secret_attributes(attributes);
   const AttributeLines lines = attribute_lines(module, path);
   std::set<int> secret_lines;
+  std::set<std::string_view> named;
   for (const TemplateAttribute& row : secrets) {
     const std::set<int>& numbers = lines.at(place_of(row));
     secret_lines.insert(numbers.begin(), numbers.end());
-    if (std::ranges::find(result.names, row.attribute) == result.names.end()) {
-      result.names.push_back(row.attribute);
-    }
+    if (named.insert(row.attribute).second) result.names.push_back(row.attribute);
   }
   result.text = without_lines(text, secret_lines);
   return result;
@@ -183,12 +183,13 @@ std::string with_secrets_of(const ParserModule& module, const TemplateText& pres
   const auto held = read_attributes(module, present.path, &fault);
   const AttributeLines old_lines = attribute_lines(module, present.path);
   const AttributeLines new_lines = attribute_lines(module, next.path);
+  const LastLines ends = last_lines(new_lines);
   const std::vector<std::string> old_text = split_lines(present.text);
   std::vector<std::string> lines = split_lines(next.text);
   for (const TemplateAttribute& row : secret_attributes(held)) {
-    const int last = last_line(new_lines, row);
-    if (last == 0 || new_lines.contains(place_of(row))) continue;
-    std::string& line = lines.at(static_cast<size_t>(last) - 1);
+    const auto last = ends.find({row.service, row.invocation});
+    if (last == ends.end() || new_lines.contains(place_of(row))) continue;
+    std::string& line = lines.at(static_cast<size_t>(last->second) - 1);
     const std::string added = attribute_text(old_text, old_lines.at(place_of(row)));
     if (!added.empty() && !line.ends_with('\n')) line += '\n';
     line += added;

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "clone_maker.h"
@@ -106,7 +107,9 @@ std::string folder_block(const std::string& path, bool is_new) {
     return said("The template of the public folder comes and goes with its setting.");
   }
   const std::string fault = value_fault({"", Kind::folder, kFolderLimit}, folder);
-  if (!fault.empty()) return said("A mailbox folder cannot have this name.");
+  if (!fault.empty() || !path.ends_with(".KTP")) {
+    return said("A mailbox folder cannot have this name.");
+  }
   if (!is_new || !exists(folder_directory(folder))) return "";
   return said("Jobs of an earlier folder of this name are still there. Remove them first.");
 }
@@ -131,13 +134,13 @@ std::string template_note(const ClonedTemplate& file, bool is_new) {
 
 // Values of secrets, which no page shows.
 void hide_secrets(const std::vector<TemplateAttribute>& secrets, Json* difference) {
+  std::set<std::tuple<std::string, std::string, std::string>> places;
+  for (const TemplateAttribute& row : secrets) {
+    places.emplace(valid_utf8(row.service), valid_utf8(row.invocation), valid_utf8(row.attribute));
+  }
   for (Json& row : (*difference)["attributes"]) {
-    const bool is_secret = std::ranges::any_of(secrets, [&](const TemplateAttribute& secret) {
-      return row["service"] == valid_utf8(secret.service) &&
-             row["invocation"] == valid_utf8(secret.invocation) &&
-             row["attribute"] == valid_utf8(secret.attribute);
-    });
-    if (is_secret) row["before"]["values"] = Json::array({said("(hidden)")});
+    if (!places.contains({row["service"], row["invocation"], row["attribute"]})) continue;
+    row["before"]["values"] = Json::array({said("(hidden)")});
   }
 }
 

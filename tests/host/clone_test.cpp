@@ -77,6 +77,14 @@ TEST(CloneFileTest, RefusesAnyChangedLetterOfAText) {
             "The clone file was damaged or changed after it was made: its checksum is wrong.");
 }
 
+TEST(CloneFileTest, RefusesTheTokenOfWhatBelongsToNoGroup) {
+  CloneDocument document = sample();
+  document.settings[0].group = 0;
+  CloneDocument read;
+  EXPECT_EQ(read_clone_text(clone_text(document), &read),
+            "The clone file has no usable \"group\" in settings[0].");
+}
+
 TEST(CloneFileTest, SumsAreSha256) {
   EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }
