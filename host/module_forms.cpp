@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <map>
 #include <utility>
 
 #include "device/log.h"
@@ -115,24 +116,34 @@ std::string notice(Act act, const std::string& source, const std::string& destin
   return "";
 }
 
-const Json* find_named(const Json& list, const std::string& name) {
-  const auto found = std::ranges::find_if(list, [&](const Json& object) {
-    return object["name"].get_ref<const std::string&>() == name;
-  });
-  return found == list.end() ? nullptr : &*found;
+// The attributes in the JSON of a template, by service, invocation and name: a form may name as many
+// as it holds.
+using AttributeIndex = std::map<std::array<std::string_view, 3>, const Json*>;
+
+std::string_view name_of(const Json& object) {
+  return object["name"].get_ref<const std::string&>();
 }
 
-// Reads attributes from the JSON of a template.
-std::optional<StoredAttribute> read_attribute(const Json& stored, const std::string& service,
+AttributeIndex index_of(const Json& stored) {
+  AttributeIndex index;
+  for (const Json& service : stored["services"]) {
+    for (const Json& invocation : service["invocations"]) {
+      for (const Json& attribute : invocation["attributes"]) {
+        index.try_emplace({name_of(service), name_of(invocation), name_of(attribute)}, &attribute);
+      }
+    }
+  }
+  return index;
+}
+
+std::optional<StoredAttribute> read_attribute(const AttributeIndex& index,
+                                              const std::string& service,
                                               const std::string& invocation,
                                               const std::string& attribute) {
-  const Json* in_service = find_named(stored["services"], service);
-  if (in_service == nullptr) return std::nullopt;
-  const Json* in_invocation = find_named((*in_service)["invocations"], invocation);
-  if (in_invocation == nullptr) return std::nullopt;
-  const Json* found = find_named((*in_invocation)["attributes"], attribute);
-  if (found == nullptr) return std::nullopt;
-  return StoredAttribute{(*found)["values"], (*found)["type"], (*found)["compulsory"]};
+  const auto found = index.find({service, invocation, attribute});
+  if (found == index.end()) return std::nullopt;
+  const Json& held = *found->second;
+  return StoredAttribute{held["values"], held["type"], held["compulsory"]};
 }
 
 Json shown_json(const std::optional<ShownAttribute>& shown) {
@@ -181,10 +192,11 @@ Outcome review(const ParserModule& module, const Post& post, std::vector<FormFie
     return refusal(422, said("The template \"{1}\" cannot be opened. {2}", file_name(path), error));
   }
   const Json stored = template_json(module, request.record().parserTemplate);
+  const AttributeIndex index = index_of(stored);
   EditReview review = review_edits(
       post.fields,
       [&](const std::string& service, const std::string& invocation, const std::string& attribute) {
-        return read_attribute(stored, service, invocation, attribute);
+        return read_attribute(index, service, invocation, attribute);
       });
   if (!review.fault.empty()) return refusal(422, review.fault, "was");
   if (!review.conflicts.empty()) return conflict_outcome(review.conflicts);
