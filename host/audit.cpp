@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ascii.h"
+#include "platform/log.h"
 
 namespace platen {
 namespace {
@@ -64,6 +65,16 @@ void Audit::record(const AuditEntry& entry) {
   transaction.commit();
   waiting_.clear();
   forget_announced();
+}
+
+void Audit::record_or_keep(const AuditEntry& entry) {
+  try {
+    record(entry);
+  } catch (const DatabaseError& error) {
+    Log_Entry(LOG_LEVEL_ERROR, "audit.cpp", __LINE__, "the audit entry for %s waits: %s",
+              entry.action.c_str(), error.what());
+    record_later(entry);
+  }
 }
 
 void Audit::record_later(AuditEntry entry) {

@@ -68,6 +68,10 @@ class Audit {
   // Adds an entry; each text is cut to its first 1,000 bytes. Entries that wait are added before it.
   void record(const AuditEntry& entry);
 
+  // Adds an entry, or, when the database cannot be used, logs that and keeps the entry as
+  // record_later() does.
+  void record_or_keep(const AuditEntry& entry);
+
   // Keeps an entry that cannot be recorded now until the next one can; at most 100 wait.
   void record_later(AuditEntry entry);
 

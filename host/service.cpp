@@ -131,7 +131,7 @@ void Service::audit_ended_workers() {
                                                  (line.empty() ? "" : "; last logged: " + line));
     if (!entry) continue;
     entry->time = end.time;
-    desk_->visitors.audit.record(*entry);
+    desk_->visitors.audit.record_or_keep(*entry);
   }
 }
 

@@ -96,13 +96,7 @@ void Visit::announce(const std::string& action, const std::string& object) {
 
 void Visit::record(const std::string& login, const std::string& action, const std::string& object,
                    const std::string& outcome) {
-  const AuditEntry entry = {login, address_, action, object, outcome};
-  try {
-    visitors_.audit.record(entry);
-  } catch (const DatabaseError& error) {
-    log_error("the audit entry for " + action + " waits: " + error.what());
-    visitors_.audit.record_later(entry);
-  }
+  visitors_.audit.record_or_keep({login, address_, action, object, outcome});
 }
 
 bool Visit::leave(std::string_view name, std::string_view text) {

@@ -166,6 +166,22 @@ TEST_F(ServiceTest, AuditsTheFormsOfWorkersThatHaveEnded) {
   EXPECT_EQ(visitors_.audit.list()[0].time, 1'800'000'000);
 }
 
+TEST_F(ServiceTest, KeepsTheFormOfAnEndedWorkerWhileTheDatabaseCannotBeWritten) {
+  const auto server = std::make_unique<ServerState>();
+  service_->join(server.get(), 0);
+  get("/");
+  WorkerEnd& end = server->ends[0];
+  end.post.set("[\"erika\",\"192.0.2.1\",\"job\",\"scan\"]");
+  end.cause.set("exit 1");
+  end.is_audited = false;
+  visitors_.database.run("ALTER TABLE audit RENAME TO hidden");
+  EXPECT_EQ(get("/").status, 200);
+  visitors_.database.run("ALTER TABLE hidden RENAME TO audit");
+  EXPECT_EQ(get("/index.html", {{"x", "y"}}).status, 400);
+  EXPECT_EQ(audit()[0], "erika 192.0.2.1 job scan: failed: exit 1");
+  EXPECT_EQ(audit().size(), 2U);
+}
+
 TEST_F(ServiceTest, AuditsWhichOfSeveralThingsAFormDoes) {
   log_in(Role::administrator);
   post("/do/account", "what=disable&name=max");
