@@ -31,8 +31,8 @@ bool reload(Options* options, Service* service, Front* front) {
   parse_options(options->arguments, &fresh, &fault);
   if (log_faults(complete_options(&fresh)) || log_faults(served_file_faults(fresh))) return false;
   if ((front != nullptr && !front->certificate_is_sound(&fault)) ||
-      !load_served_files(fresh, &fault) ||
       (!fresh.log_file.empty() && !redirect_log(fresh.log_file, &fault)) ||
+      !load_served_files(fresh, &fault) ||
       (front != nullptr && !front->choose_pages(fresh.pages, &fault))) {
     return !log_faults({fault});
   }

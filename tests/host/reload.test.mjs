@@ -130,6 +130,18 @@ test('what is faulty is told and not taken over', async (t) => {
   assert.deepEqual(platend.processes(), workers);
 });
 
+test('nothing is taken over when the log file cannot be written', async (t) => {
+  const pages = { 'pages/index.html': page('<!--#phrase id="7" format="html"-->') };
+  const every = 'pages = ../pages\nworkers = 1\nworker-requests = 1\n';
+  const { directory, platend, configure } = await serving(t, pages, every);
+  const before = (await platend.get('/')).body;
+  writeFiles(directory, { 'etc/phrases/en-us.txt': '7\tnew words\n' });
+  configure(`${every}log-file = ../none/platend.log\n`);
+  await reload(platend, 'Not reloaded: the log file /.*/none/platend\\.log cannot be written: .*');
+  assert.equal((await platend.get('/')).body, before);
+  assert.equal((await platend.get('/')).body, before);
+});
+
 test('a setting that counts from the next start on is named and stays', async (t) => {
   const { platend, configure } = await serving(t, { 'pages/index.html': page('fine') }, 'pages = ../pages\n');
   configure('pages = ../pages\naddress = 127.0.0.2\nrequest-time = 7\n');
