@@ -31,7 +31,7 @@ function workerRow({ process, request, served, age }) {
 }
 
 function endRow({ time, cause, request, line }) {
-  const cells = [timeElement(time), cause, request, element("code", {}, line)];
+  const cells = [timeElement(time), cause, request, line === "" ? "" : element("code", {}, line)];
   return labelledRow(document.getElementById("ends"), cells);
 }
 
