@@ -23,7 +23,7 @@ struct MailboxFormContext {
 
 // Brings the mailbox's templates in line after a form that is done: what the user is told ends in
 // what has changed. Where that fails, the form is not done, status 500. Requires: the form has begun
-// the upkeep, and the process holds no StateLock.
+// the upkeep.
 Outcome with_upkeep(Outcome done, const ParserModule& module, const std::string& state_file);
 
 // Status 500, where the settings cannot be written.

@@ -64,6 +64,16 @@ std::string object_of(const Post& post) {
   return brought.empty() ? source_path(post.form, post.fields) : brought;
 }
 
+// Forms that name no template and change settings, and by them templates of the mailbox.
+constexpr std::string_view kSettingForms[] = {
+    "/form/HTTP_Parser_Mbox_Set_Pass_SA_fn", "/form/HTTP_Parser_Mbox_Set_Pass_Usr_fn", "/do/folder",
+    "/do/mailbox-settings", "/do/clone-apply"};
+
+bool changes_state(const FormRule& form) {
+  return form.act != Act::none ||
+         std::ranges::find(kSettingForms, form.path) != std::end(kSettingForms);
+}
+
 }  // namespace
 
 // One post on its way.
@@ -138,11 +148,9 @@ class PostRun {
            destination_path(post_.form, post_.fields).starts_with(kMailboxPool);
   }
 
-  // The upkeep takes the lock itself.
   Outcome carry_out_with_upkeep() {
     if (!begin_upkeep()) return not_stored();
     Outcome outcome = carry_out();
-    lock_.reset();
     const std::string& state_file = visitors_.database.file();
     if (outcome.done()) return with_upkeep(std::move(outcome), module_, state_file);
     resume_upkeep(module_, state_file);
@@ -196,12 +204,10 @@ class PostRun {
     return refusal(refused->status, refused->text, refused->field);
   }
 
-  // A new name is free, and what is stored is as it was judged, until the form is done: one at a
-  // time is.
+  // A new name is free, what is stored is as it was judged, and no backup sees half of a form, until
+  // it is done and audited: one at a time is.
   Objection lock() {
-    const bool gives_name = !destination_path(post_.form, post_.fields).empty();
-    const bool is_judged = post_.form.act == Act::edits || post_.form.act == Act::brings_back;
-    if (!gives_name && !is_judged) return std::nullopt;
+    if (!changes_state(post_.form)) return std::nullopt;
     lock_.emplace(visitors_.database.file());
     return lock_->error().empty() ? std::nullopt : Objection(refusal(500, lock_->error()));
   }

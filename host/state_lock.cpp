@@ -9,12 +9,19 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <set>
 
 #include "platform/log.h"
 #include "said.h"
 
 namespace platen {
 namespace {
+
+// The directories that this process holds; a worker does one thing at a time.
+std::set<std::string>& held() {
+  static std::set<std::string> paths;
+  return paths;
+}
 
 // Waits through signals.
 bool lock(int directory) {
@@ -27,9 +34,13 @@ bool lock(int directory) {
 }  // namespace
 
 StateLock::StateLock(const std::string& database_file)
-    : directory_(::open(std::filesystem::path(database_file).parent_path().c_str(),
-                        O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  if (directory_ >= 0 && lock(directory_)) return;
+    : path_(std::filesystem::path(database_file).parent_path()) {
+  if (held().contains(path_)) return;
+  directory_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (directory_ >= 0 && lock(directory_)) {
+    held().insert(path_);
+    return;
+  }
   Log_Entry(LOG_LEVEL_ERROR, "state_lock.cpp", __LINE__,
             "the directory of %s cannot be locked: %s; let platend read it", database_file.c_str(),
             std::strerror(errno));
@@ -38,7 +49,9 @@ StateLock::StateLock(const std::string& database_file)
 }
 
 StateLock::~StateLock() {
-  if (directory_ >= 0) ::close(directory_);
+  if (directory_ < 0) return;
+  if (error_.empty()) held().erase(path_);
+  ::close(directory_);
 }
 
 }  // namespace platen

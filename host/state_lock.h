@@ -8,8 +8,9 @@
 namespace platen {
 
 // Locks the directory of the database while it lives, as the store locks those of the templates:
-// for the names that forms give, and for the upkeep of the mailbox. Waits for another holder; a
-// process that locks twice waits for ever. A directory that cannot be opened or locked is logged,
+// for the forms that change templates or settings, for the upkeep of the mailbox, and for backups.
+// Waits for another process that holds it; within a process the first lock counts, and those under
+// it do nothing. A directory that cannot be opened or locked is logged,
 // and error() tells it: nothing is to be changed then.
 class StateLock {
  public:
@@ -22,7 +23,8 @@ class StateLock {
   const std::string& error() const { return error_; }
 
  private:
-  int directory_;
+  std::string path_;
+  int directory_ = -1;  // stays so in a lock under another
   std::string error_;
 };
 
