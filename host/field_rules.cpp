@@ -25,12 +25,6 @@ bool is_shortest(std::string_view path) {
          closed.find("..") == std::string::npos;
 }
 
-bool is_template_name(std::string_view path) {
-  const std::string name(path.substr(path.rfind('/') + 1));
-  return name.size() > kSuffix.size() && name[0] != '.' &&
-         ::strcasecmp(name.c_str() + name.size() - kSuffix.size(), kSuffix.data()) == 0;
-}
-
 // What no path and no file name may hold. The module's open cuts its argument at "|": a copy named
 // "a.KTP|b.KTP" would be made, and its name then be written into a.KTP.
 std::string byte_fault(std::string_view value) {
@@ -135,6 +129,12 @@ std::string value_fault(const FieldRule& rule, std::string_view value) {
       return value.empty() ? "" : number_fault(value);
   }
   return "";
+}
+
+bool is_template_name(std::string_view path) {
+  const std::string name(path.substr(path.rfind('/') + 1));
+  return name.size() > kSuffix.size() && name[0] != '.' &&
+         ::strcasecmp(name.c_str() + name.size() - kSuffix.size(), kSuffix.data()) == 0;
 }
 
 std::string_view pool_of(std::string_view path) {

@@ -39,6 +39,10 @@ struct FieldRule {
 // Returns what is wrong with a value, as the rest of a sentence that begins with the field, or "".
 std::string value_fault(const FieldRule& rule, std::string_view value);
 
+// Whether the last part of a path is a name by which the store lists templates: it ends in ".KTP" in
+// any case, has more than that, and is not hidden.
+bool is_template_name(std::string_view path);
+
 // The directory of the pool that a path lies in, such as "/tmp/template/pool"; "" when in none.
 std::string_view pool_of(std::string_view path);
 

@@ -11,6 +11,7 @@
 
 #include "account_command.h"
 #include "accounts.h"
+#include "backup_command.h"
 #include "certificate_command.h"
 #include "config_command.h"
 #include "device/configuration.h"
@@ -28,6 +29,7 @@
 #include "php_runtime.h"
 #include "platend_conf.h"
 #include "reload.h"
+#include "restore_command.h"
 #include "runtime_directory.h"
 #include "sandbox.h"
 #include "served_files.h"
@@ -127,19 +129,14 @@ std::string path_from_sandbox(const std::string& file) {
   return "/proc/self/fd/" + std::to_string(directory) + "/" + path.filename().string();
 }
 
-// The same program again, with absolute paths where it had others. It reads the configuration file
-// itself, so that it can do so again.
-int serve_in_sandbox(const Options& options, const ParserModule& module,
-                     const std::vector<int>& listeners) {
-  std::string error;
-  if (!has_history(options, &error)) {
-    return refuse(error);
-  }
+// The same program again, with absolute paths where it had others, and without its command. It reads
+// the configuration file itself, so that it can do so again.
+SandboxedProgram program_in_sandbox(const Options& options, const ParserModule& module) {
   SandboxedProgram program;
   program.program = fs::read_symlink("/proc/self/exe");
-  program.arguments = options.arguments;
+  program.arguments = {options.arguments.begin(),
+                       options.arguments.end() - std::ssize(options.command)};
   program.readable = {program.program, fs::canonical(module.store_file())};
-  program.listeners = listeners;
   const auto pass = [&](const std::string& name, const std::string& path) {
     program.arguments.push_back(std::string(name).append("=").append(path));
     return path;
@@ -158,6 +155,17 @@ int serve_in_sandbox(const Options& options, const ParserModule& module,
   pass_outer("--certificate", options.certificate);
   pass_outer("--private-key", options.private_key);
   program.arguments.emplace_back("--sandboxed");
+  return program;
+}
+
+int serve_in_sandbox(const Options& options, const ParserModule& module,
+                     const std::vector<int>& listeners) {
+  std::string error;
+  if (!has_history(options, &error)) {
+    return refuse(error);
+  }
+  SandboxedProgram program = program_in_sandbox(options, module);
+  program.listeners = listeners;
   return run_sandboxed(fs::canonical(options.data), program);
 }
 
@@ -267,12 +275,49 @@ int serve(const Options& options) {
                                                           : kFailed;
 }
 
+// The store knows templates, and what it keeps of them, by the device's own paths.
+int restore_in_sandbox(const Options& options, const ParserModule& module,
+                       const std::string& file) {
+  SandboxedProgram program = program_in_sandbox(options, module);
+  program.readable.push_back(absolute(file));
+  program.arguments.insert(program.arguments.end(), options.command.begin(),
+                           options.command.end() - 1);
+  program.arguments.push_back(absolute(file));
+  return run_sandboxed(fs::canonical(options.data), program);
+}
+
+int run_restore(const Options& options, const std::vector<std::string>& words,
+                const ParserModule& module) {
+  std::string error;
+  const std::string file = restored_file(words);
+  if (!file.empty()) {
+    if (!options.data.empty() && !prepare_data(fs::absolute(options.data), &error)) {
+      return refuse(error);
+    }
+    fs::create_directories(options.state);
+    if (!has_history(options, &error)) return refuse(error);
+    if (!options.data.empty()) return restore_in_sandbox(options, module, file);
+  }
+  return restore_command(words, {database_file(options), "", absolute(options.history), module},
+                         stdout, stderr);
+}
+
+// The commands that need the store.
+int run_with_module(const Options& options, const std::vector<std::string>& words) {
+  std::string error;
+  ParserModule module;
+  if (!module.load(options.module, &error)) return refuse(error);
+  if (options.command.front() == "restore") return run_restore(options, words, module);
+  return backup_command(words, {database_file(options), options.data, "", module}, stdout, stderr);
+}
+
 int run_command(const Options& options) {
   const std::string& name = options.command.front();
   const std::vector<std::string> words(options.command.begin() + 1, options.command.end());
   if (name == "certificate") return certificate_command(words, options.state, stdout, stderr);
-  return name == "account" ? account_command(words, database_file(options), stdout, stderr)
-                           : config_command(words, database_file(options), stdout, stderr);
+  if (name == "account") return account_command(words, database_file(options), stdout, stderr);
+  if (name == "config") return config_command(words, database_file(options), stdout, stderr);
+  return run_with_module(options, words);
 }
 
 // Where the configuration is faulty, what is not of the command line is by default.

@@ -13,7 +13,8 @@
 namespace platen {
 namespace {
 
-constexpr std::string_view kCommands[] = {"account", "certificate", "config", "doctor"};
+constexpr std::string_view kCommands[] = {"account", "backup", "certificate",
+                                          "config",  "doctor", "restore"};
 
 struct Flag {
   bool Options::*field;
@@ -279,6 +280,8 @@ std::string help_text() {
       "       platend [OPTION]... account list|add|reset|disable|enable [NAME]\n"
       "       platend [OPTION]... config list|get|set [KEY [VALUE]]\n"
       "       platend [OPTION]... certificate [NAME]...\n"
+      "       platend [OPTION]... backup FILE\n"
+      "       platend [OPTION]... restore [--check] FILE\n"
       "       platend [OPTION]... doctor [FILE]\n\n"
       "It starts lighttpd as its web server, answers the pages with a few worker processes\n"
       "of its own, and prints the address once it serves. Ctrl-C stops everything.\n\n"
@@ -286,7 +289,9 @@ std::string help_text() {
       "\"account\"\n"
       "it manages the accounts of the same --data or --state, with \"config\" the device's\n"
       "settings there, and ends; \"certificate\" makes a self-signed one for a first try, and\n"
-      "\"doctor\" tells what somebody who helps needs to know, without a secret.\n\n"
+      "\"doctor\" tells what somebody who helps needs to know, without a secret. \"backup\" puts\n"
+      "accounts, settings and templates into one file, also while platend serves, and\n"
+      "\"restore\" puts them back.\n\n"
       "Options (defaults in parentheses):\n";
   for (const OptionRow& row : kOptions) {
     if (row.help.empty()) continue;

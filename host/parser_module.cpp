@@ -101,6 +101,7 @@ bool ParserModule::resolve_functions(const std::string& path, std::string* fault
          resolve(handle_, path, "CreateInvocationWSize", &create_invocation, fault) &&
          resolve(handle_, path, "jt_walk", &walk, fault) &&
          resolve(handle_, path, "CopyCKwtTemplate", &copy_template, fault) &&
+         resolve(handle_, path, "DeleteCKwtTemplateWFilename", &delete_template, fault) &&
          resolve(handle_, path, "jt_error", &error, fault) &&
          resolve(handle_, path, "jt_failures", &failures, fault) &&
          resolve(handle_, path, "jt_release_values", &release_values, fault);

@@ -50,6 +50,7 @@ class ParserModule {
   decltype(&DestructorCKwtTemplate) destruct_template = nullptr;
   decltype(&CreateInvocationWSize) create_invocation = nullptr;
   decltype(&CopyCKwtTemplate) copy_template = nullptr;
+  decltype(&DeleteCKwtTemplateWFilename) delete_template = nullptr;
   decltype(&jt_error) error = nullptr;
   decltype(&jt_failures) failures = nullptr;
   decltype(&jt_release_values) release_values = nullptr;

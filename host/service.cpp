@@ -16,7 +16,6 @@ namespace platen {
 namespace {
 
 constexpr const char* kSource = "service.cpp";
-constexpr int kKeptVersions = 20;  // of each template
 
 Response fail(const Request& request, const char* cause, Response response) {
   Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "%s: %s", request.path.c_str(), cause);

@@ -3,7 +3,6 @@
 #include "status.h"
 
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
@@ -13,6 +12,7 @@
 #include <string_view>
 
 #include "device/messages.h"
+#include "field_rules.h"
 #include "moment.h"
 
 namespace platen {
@@ -29,20 +29,15 @@ constexpr const char* kPoolRoots[] = {"/tmp/template/pool", "/tarn/template/pool
 constexpr const char* kPoolParts[] = {"", "/web", "/mailbox", "/system", "/factory"};
 constexpr const char* kCauses[kEndCauses] = {"planned", "exit", "signal", "late"};
 
-bool is_template(const fs::directory_entry& entry) {
-  const std::string name = entry.path().filename();
-  std::error_code fault;
-  return name.size() > 4 && name[0] != '.' &&
-         ::strcasecmp(name.c_str() + name.size() - 4, ".ktp") == 0 && entry.is_regular_file(fault);
-}
-
 // The templates of a directory in the order of their names; none of one that is not there.
 std::vector<std::string> templates_in(const std::string& directory) {
   std::vector<std::string> files;
   std::error_code fault;
   for (fs::directory_iterator entry(directory, fault); !fault && entry != fs::end(entry);
        entry.increment(fault)) {
-    if (is_template(*entry)) files.push_back(entry->path());
+    std::error_code unknown;
+    const std::string file = entry->path();
+    if (is_template_name(file) && entry->is_regular_file(unknown)) files.push_back(file);
   }
   std::ranges::sort(files);
   return files;

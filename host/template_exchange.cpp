@@ -2,15 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "template_exchange.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "error_page.h"
+#include "file_bytes.h"
 #include "module_request.h"
 #include "next_page.h"
 #include "said.h"
@@ -19,18 +16,6 @@
 
 namespace platen {
 namespace {
-
-// The bytes of a regular file, no link; nothing when there is none that can be read.
-std::optional<std::string> file_bytes(const std::string& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  struct stat status {};
-  const bool is_regular = file >= 0 && ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-  std::string bytes(is_regular ? static_cast<size_t>(status.st_size) : 0, '\0');
-  const ssize_t count = is_regular ? ::read(file, bytes.data(), bytes.size()) : -1;
-  if (file >= 0) ::close(file);
-  if (count != static_cast<ssize_t>(bytes.size())) return std::nullopt;
-  return bytes;
-}
 
 std::string file_name(std::string_view path) {
   return std::string(path.substr(path.rfind('/') + 1));

@@ -13,6 +13,9 @@
 
 namespace platen {
 
+// The most versions that are kept of each template.
+inline constexpr int kKeptVersions = 20;
+
 // What a template held before one change of it.
 struct KeptVersion {
   std::string id;

@@ -43,7 +43,7 @@ TEST(Options, TakeValuesInBothForms) {
 TEST(Options, TakeTheLastOfSeveral) { EXPECT_EQ(parsed({"--port=1", "--port=2"}).port, 2); }
 
 TEST(Options, EndBeforeACommand) {
-  for (const char* command : {"account", "certificate", "config", "doctor"}) {
+  for (const char* command : {"account", "backup", "certificate", "config", "doctor", "restore"}) {
     const Options options = parsed({"--data", "d", command, "set", "--port", ""});
     EXPECT_EQ(options.command, (std::vector<std::string>{command, "set", "--port", ""}));
     EXPECT_EQ(options.state, "d/state");
