@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 
@@ -28,11 +29,17 @@ namespace {
 constexpr char kCommand[] = "platend backup";
 constexpr char kUsage[] = "usage: platend backup FILE\n";
 
-// The file that becomes the backup when it is whole. What a backup that was killed has left is
-// removed; there is one at a time, as the state is locked.
+// The file that becomes the backup when it is whole. There is one at a time in its directory, so that
+// what is there already was left by a backup that was killed.
 class NewFile {
  public:
-  explicit NewFile(const std::string& path) : path_(path + ".part") { remove(); }
+  explicit NewFile(const std::string& path)
+      : lock_(std::filesystem::absolute(path)), path_(path + ".part") {
+    if (!lock_.error().empty()) {
+      throw std::runtime_error("the directory of " + path + " cannot be locked");
+    }
+    remove();
+  }
   ~NewFile() { remove(); }
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
@@ -46,6 +53,7 @@ class NewFile {
     }
   }
 
+  StateLock lock_;
   std::string path_;
 };
 
@@ -81,23 +89,26 @@ Contents add_pools(const BackupPlace& place, BackupWriter* writer) {
 
 // Keeps forms away while it reads; that the file gets to the disk is no concern of theirs.
 Contents write(const BackupPlace& place, const std::string& path, const std::string& time) {
-  Database file(path);
+  const NewFile made(path);
   std::optional<StateLock> lock(place.database_file);
   if (!lock->error().empty()) throw std::runtime_error(lock->error());
-  BackupWriter writer(file, place.database_file);
-  Contents contents = add_pools(place, &writer);
-  lock.reset();
-  writer.finish(PLATEN_VERSION, time);
+  Contents contents;
+  {
+    Database file(made.path());
+    BackupWriter writer(file, place.database_file);
+    contents = add_pools(place, &writer);
+    lock.reset();
+    writer.finish(PLATEN_VERSION, time);
+  }
+  const std::string fault = put_in_place(made.path(), path);
+  if (!fault.empty()) throw std::runtime_error(fault);
   return contents;
 }
 
 void run(const BackupPlace& place, const std::string& path, std::FILE* out) {
   Visitors visitors(place.database_file);  // which makes what tables there have to be
   const std::string time = utc_text(std::time(nullptr));
-  const NewFile file(path);
-  const Contents contents = write(place, file.path(), time);
-  const std::string fault = put_in_place(file.path(), path);
-  if (!fault.empty()) throw std::runtime_error(fault);
+  const Contents contents = write(place, path, time);
   visitors.audit.record({"", "", "backup", path, std::string(kDone)});
   std::fprintf(out, "%s holds %zu templates, accounts and settings of %s.\n", path.c_str(),
                contents.templates, time.c_str());

@@ -33,8 +33,9 @@ bool lock(int directory) {
 
 }  // namespace
 
-StateLock::StateLock(const std::string& database_file)
-    : path_(std::filesystem::path(database_file).parent_path()) {
+StateLock::StateLock(const std::string& database_file) {
+  std::error_code fault;
+  path_ = std::filesystem::canonical(std::filesystem::path(database_file).parent_path(), fault);
   if (held().contains(path_)) return;
   directory_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (directory_ >= 0 && lock(directory_)) {

@@ -23,7 +23,7 @@ class StateLock {
   const std::string& error() const { return error_; }
 
  private:
-  std::string path_;
+  std::string path_;    // of the directory
   int directory_ = -1;  // stays so in a lock under another
   std::string error_;
 };

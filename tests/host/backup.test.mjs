@@ -127,6 +127,9 @@ test('a backup under load is of one moment', async (t) => {
   };
   await Promise.all([work(), backUp()]);
   assert.ok(posts > 2);
+  await Promise.all([1, 2, 3, 4].map(() => done(platend.data, 'backup', path.join(directory, 'same'))));
+  await done(platend.data, 'restore', '--check', path.join(directory, 'same'));
+  assert.equal(fs.readdirSync(directory).length, 17);
   const other = formDevice(t);
   for (let i = 0; i < 16; ++i) {
     await done(other, 'restore', path.join(directory, `${i}`));
