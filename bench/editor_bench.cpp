@@ -243,8 +243,9 @@ void run_upkeep(const ParserModule& module) {
 // Each template is saved twice: without its prompts, and with those that the settings ask for.
 void save_twice_raw(const std::string& directory, const std::string& bytes) {
   for (const std::string& name : list_raw(directory)) {
+    const std::string path = std::string(directory).append("/").append(name);
     for (int i = 0; i < 2; ++i) {
-      read_raw(directory + "/" + name);
+      read_raw(path);
       save_raw(directory, name.c_str(), bytes);
     }
   }

@@ -23,7 +23,7 @@ CloneUploads::CloneUploads(Database& database, Clock clock)
 }
 
 std::string CloneUploads::keep(std::string_view cookie, std::string_view text) {
-  const std::string id = random_token();
+  std::string id = random_token();
   const int64_t now = clock_();
   Transaction transaction(database_);
   database_.run(

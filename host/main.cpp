@@ -107,7 +107,7 @@ bool open_device(const Options& options, std::string* error) {
 // before, so that a start that fails has not made one that nobody has seen. The workers open
 // connections of their own.
 std::string greeting(const Options& options, const std::string& address) {
-  const std::string line = "Platen serves " + address;
+  std::string line = "Platen serves " + address;
   try {
     Database database(database_file(options));
     Sessions sessions(database);

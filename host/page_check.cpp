@@ -213,7 +213,8 @@ class HtmlChecker {
       if (begin > offset) return false;
       const std::string_view inside =
           std::string_view(marked_.text()).substr(begin, offset - begin);
-      return std::ranges::search(inside, kEnd, is_same_letter).empty();
+      return std::search(inside.begin(), inside.end(), kEnd.begin(), kEnd.end(), is_same_letter) ==
+             inside.end();
     });
   }
 

@@ -147,8 +147,10 @@ class PageRun {
     for (const std::string& code : languages()) {
       if (code == record_.preferredLang) continue;
       const char* name = Server_Translate_Phrase("language.name?", code.c_str());
-      stream_.write("<button class=\"link\" name=\"language\" value=\"" + code + "\" lang=\"" +
-                    code + "\">" + html_text(name == nullptr ? code : name) + "</button>\n");
+      std::string button = "<button class=\"link\" name=\"language\" value=\"";
+      button.append(code).append("\" lang=\"").append(code).append("\">");
+      button.append(html_text(name == nullptr ? code : name)).append("</button>\n");
+      stream_.write(button);
     }
   }
 
