@@ -5,17 +5,18 @@
    How a web server uses the module:
    - It exports every function that platform/ declares, loads libhttp_parser.so with dlopen(), which
      brings the template store along, and calls HTTP_Parser_Init() once.
-   - It finds a function by its name with dlsym(). One that a page's tag names is an output function,
-     void f(QVN_AppData*, char* arg). One that a form is sent to is a handler,
-     int f(QVN_AppData*, FormEntry*, int count), with 0 for done and 1 for refused or failed.
+   - It finds a function by its name with dlsym(). A page's tag names an output function,
+     void f(QVN_AppData*, char* arg). A form is sent to a handler,
+     int f(QVN_AppData*, FormEntry*, int count), with 0 for done and 1 for refused or failed; two
+     handlers of the mailbox return nothing.
    - For each request it fills a record of zeros: `outfs`, `entries` with `num_entries`, the
      visitor's language code in `preferredLang` and, after a login, `loginName`. A page that shows a
      template calls HTTP_Open_Parser_fn(), the functions that print, and HTTP_Close_Parser_fn().
    - After each request, in its thread, it calls HTTP_Close_Parser_fn() with "FALSE" when
      `parserTemplate` is not null, jt_failures() to learn of saves that failed, and
      jt_release_values() (both in templateWrapper.h).
-   - Nothing here asks who may do something, and printed values are not escaped unless a declaration
-     says so: both are the server's part.
+   - Who may do something is asked nowhere but for an edit of the system's default template, and
+     printed values are not escaped unless a declaration says so: both are the server's part.
 
    Conventions of all functions below, unless a declaration says otherwise:
    1. The web server owns the request record and its form entries; the module borrows them for one
