@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "moment.h"
 #include "output_format.h"
 #include "said.h"
 
@@ -121,6 +122,13 @@ class Members {
     return member;
   }
 
+  // A moment in UTC.
+  std::string time(const char* name) {
+    std::string moment = text(name);
+    if (!parse_moment(moment)) wrong(name);
+    return moment;
+  }
+
   // Bytes that stand as text or in base 64.
   std::string bytes(const std::string& name) {
     if (object_.contains(name)) return text(name.c_str());
@@ -200,7 +208,7 @@ CloneDocument read_document(const Json& parsed) {
   check_head(&members);
   check_sum(parsed, members.text(kChecksum));
   CloneDocument document;
-  document.made = members.text("made");
+  document.made = members.time("made");
   document.device = members.text("device");
   document.groups = read_list<CloneGroupName>(&members, "groups", [](Members& entry) {
     return CloneGroupName{entry.number("token"), entry.text("name")};

@@ -85,6 +85,14 @@ TEST(CloneFileTest, RefusesTheTokenOfWhatBelongsToNoGroup) {
             "The clone file has no usable \"group\" in settings[0].");
 }
 
+TEST(CloneFileTest, RefusesWhatIsNoTime) {
+  CloneDocument document = sample();
+  document.made = "yesterday";
+  CloneDocument read;
+  EXPECT_EQ(read_clone_text(clone_text(document), &read),
+            "The clone file has no usable \"made\" in the document.");
+}
+
 TEST(CloneFileTest, SumsAreSha256) {
   EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }

@@ -4,6 +4,7 @@ import { differenceView } from "./difference.js";
 import { element, readBlock, words } from "./dom.js";
 import { prepareForm } from "./form_page.js";
 import { focusReason } from "./marks.js";
+import { timeElement } from "./measures.js";
 import { postedValue, typed } from "./typed.js";
 
 const byId = (id) => document.getElementById(id);
@@ -145,8 +146,7 @@ function showSummary(summary) {
     byId("items").append(element("p", {}, words("clone.nothing")));
     byId("apply-button").hidden = true;
   }
-  byId("made").dateTime = summary.made;
-  byId("made").textContent = new Date(summary.made).toLocaleString(document.documentElement.lang);
+  byId("made").replaceChildren(timeElement(summary.made));
   form.elements.upload.value = summary.upload;
   form.elements.digest.value = summary.digest;
   form.addEventListener("submit", () => {
