@@ -15,7 +15,6 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -40,12 +39,10 @@
 namespace platen {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr size_t kMostErrors = 50;
 constexpr int kMostRefusals = 50;
 constexpr std::streamoff kLongestLog = std::streamoff{1024} * 1024;
-constexpr uint64_t kMebibyte = 1024 * 1024;
+constexpr uint64_t kMebibyte = uint64_t{1024} * 1024;
 
 // What a section is made of, and where it writes.
 struct Case {

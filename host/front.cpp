@@ -135,10 +135,15 @@ std::string front_configuration(const FrontLimits& limits, int request_time) {
 std::string tls_configuration(const std::string& port, const std::string& plain) {
   if (plain.empty()) return kTlsConfiguration;
   return kTlsConfiguration + "$SERVER[\"socket\"] == \"" + plain +
-         "\" { ssl.engine = \"disable\" }\n" +
-         "$HTTP[\"scheme\"] == \"http\" { $HTTP[\"host\"] =~ \"^(.*?)(:\\d+)?$\" {\n" +
+         "\" { ssl.engine = \"disable\"\n" + "$HTTP[\"host\"] =~ \"^(.*?)(:\\d+)?$\" {\n" +
          "  url.redirect-code = 302\n" + "  url.redirect = ( \"\" => \"https://%1:" + port +
          "${url.path}${qsa}\" )\n} }\n";
+}
+
+std::string monitor_configuration(const std::string& address, bool has_tls) {
+  return "$SERVER[\"socket\"] == \"" + address + "\" {\n" +
+         (has_tls ? "  ssl.engine = \"disable\"\n" : "") + "  setenv.add-environment = ( \"" +
+         kMonitorParameter + "\" => \"yes\" )\n}\n";
 }
 
 Front::Front(std::string directory, std::vector<int> listeners, const Options& options)
@@ -147,7 +152,10 @@ Front::Front(std::string directory, std::vector<int> listeners, const Options& o
       listeners_(std::move(listeners)),
       request_time_(options.request_time),
       certificate_(options.certificate),
-      private_key_(options.private_key) {}
+      private_key_(options.private_key) {
+  if (options.redirect_port != 0) plain_ = listeners_.at(1);
+  if (!options.metrics.empty()) monitor_ = listeners_.back();
+}
 
 // Renamed into its place, so that there is a link at any time.
 void Front::link_static_files() const {
@@ -183,9 +191,11 @@ bool Front::prepare(std::string* error) {
     }
     std::string configuration = front_configuration(limits_here(), request_time_);
     if (!certificate_.empty()) {
-      configuration +=
-          tls_configuration(listener_port(listeners_[0]),
-                            listeners_.size() > 1 ? listener_address(listeners_[1]) : "");
+      configuration += tls_configuration(listener_port(listeners_[0]),
+                                         plain_ < 0 ? "" : listener_address(plain_));
+    }
+    if (monitor_ >= 0) {
+      configuration += monitor_configuration(listener_address(monitor_), !certificate_.empty());
     }
     write_file(directory_ + "/lighttpd.conf", configuration);
   } catch (const std::exception& fault) {

@@ -31,13 +31,21 @@ std::string front_configuration(const FrontLimits& limits, int request_time);
 // if there is one, where everything is led to the port `port`.
 std::string tls_configuration(const std::string& port, const std::string& plain);
 
+// What comes to it for the address of the metrics, one of its sockets: it speaks plain HTTP, also where
+// the others speak TLS, and its requests bear kMonitorParameter.
+std::string monitor_configuration(const std::string& address, bool has_tls);
+
+// The FastCGI parameter by which workers know who asks for metrics.
+inline constexpr const char* kMonitorParameter = "PLATEN_MONITOR";
+
 // The web server. One object at most; it does not end the process when it goes.
 class Front {
  public:
   // Serves HTTP, or HTTPS where `options` hold a certificate, on the first of `listeners` from
   // `directory`, an empty private directory: the files below static/ of the options' pages itself,
-  // all else by FastCGI from the socket worker_socket(`directory`). With a certificate, a second
-  // listener leads plain HTTP to the first.
+  // all else by FastCGI from the socket worker_socket(`directory`). With a certificate and
+  // a port for it, the next listener leads plain HTTP to the first; the last one is that of the
+  // metrics, if `options` ask for them.
   Front(std::string directory, std::vector<int> listeners, const Options& options);
 
   // Writes what lighttpd needs into the directory and starts it. Returns false and sets `error`
@@ -83,6 +91,8 @@ class Front {
   int request_time_;
   std::string certificate_;  // empty: plain HTTP
   std::string private_key_;
+  int plain_ = -1;                  // the listener that leads to TLS
+  int monitor_ = -1;                // the listener of the metrics
   std::string certificate_in_use_;  // the state of its files when they were taken
   pid_t process_ = 0;
   int log_ = -1;

@@ -38,8 +38,9 @@ struct Request {
   std::string host;
   std::string origin;
   std::string referer;
-  std::string address;  // the client's
-  bool secure = false;  // it came over TLS
+  std::string address;    // the client's
+  bool secure = false;    // it came over TLS
+  bool monitors = false;  // it came to the address of the metrics
   std::string content_type;
   size_t content_length = 0;  // as announced
   std::string body;

@@ -25,7 +25,7 @@ constexpr int kBacklog = 65535;
 
 // What a program is handed stands from the first number on.
 constexpr int kFirstInherited = 3;
-constexpr int kMostInherited = 2;
+constexpr int kMostInherited = 3;
 
 int fail(int socket, std::string* error, const std::string& text) {
   *error = text;

@@ -106,8 +106,7 @@ bool open_device(const Options& options, std::string* error) {
 // What is printed once platend serves. The password of the first account is made here and not
 // before, so that a start that fails has not made one that nobody has seen. The workers open
 // connections of their own.
-std::string greeting(const Options& options, const std::string& address) {
-  std::string line = "Platen serves " + address;
+std::string greeting(const Options& options, const std::string& line) {
   try {
     Database database(database_file(options));
     Sessions sessions(database);
@@ -170,9 +169,9 @@ int serve_in_sandbox(const Options& options, const ParserModule& module,
 }
 
 // What is read anew while platend serves is in `options`.
-Duties duties_of(Options* options, Service* service, Front* front, const std::string& address) {
+Duties duties_of(Options* options, Service* service, Front* front, const std::string& served) {
   Duties duties;
-  duties.greeting = [=] { return greeting(*options, address); };
+  duties.greeting = [=] { return greeting(*options, served); };
   duties.reload = [=] { return reload(options, service, front); };
   duties.reopen_log = [=] {
     std::string error;
@@ -183,8 +182,9 @@ Duties duties_of(Options* options, Service* service, Front* front, const std::st
 
 int serve_behind(Options* options, Service* service, int listener) {
   fcntl(listener, F_SETFL, O_NONBLOCK);
-  return Supervisor(*options, service, listener, nullptr,
-                    duties_of(options, service, nullptr, "FastCGI on " + options->fastcgi))
+  return Supervisor(
+             *options, service, listener, nullptr,
+             duties_of(options, service, nullptr, "Platen serves FastCGI on " + options->fastcgi))
       .run();
 }
 
@@ -198,10 +198,13 @@ int serve_http(Options* options, Service* service, const std::vector<int>& liste
   }
   fcntl(workers_listener, F_SETFL, O_NONBLOCK);
   const std::string scheme = options->certificate.empty() ? "http://" : "https://";
-  const std::string address = scheme + listener_address(listeners.front()) + "/";
+  std::string served = "Platen serves " + scheme + listener_address(listeners.front()) + "/";
+  if (!options->metrics.empty()) {
+    served += "\nMetrics at http://" + listener_address(listeners.back()) + "/metrics";
+  }
   Front front(directory.path(), listeners, *options);
   return Supervisor(*options, service, workers_listener, &front,
-                    duties_of(options, service, &front, address))
+                    duties_of(options, service, &front, served))
       .run();
 }
 
@@ -230,6 +233,11 @@ int serve_on(const std::vector<int>& listeners, const Options& options,
                               : serve_in_sandbox(options, module, listeners);
 }
 
+// One for the pages, then those for plain HTTP and for the metrics.
+size_t listener_count(const Options& options) {
+  return size_t{1} + (options.redirect_port != 0 ? 1 : 0) + (options.metrics.empty() ? 0 : 1);
+}
+
 // Opens the sockets on which the world talks to the workers or the web server. Returns none, with
 // `error` set, when one cannot be had.
 std::vector<int> open_listeners(const Options& options, std::string* error) {
@@ -242,6 +250,9 @@ std::vector<int> open_listeners(const Options& options, std::string* error) {
     listeners.push_back(
         listen_tcp(options.address, options.redirect_port, "--redirect-port", error));
   }
+  if (const auto local = local_address(options.metrics)) {
+    listeners.push_back(listen_tcp(local->host, local->port, "--metrics", error));
+  }
   return std::ranges::count(listeners, -1) == 0 ? listeners : std::vector<int>{};
 }
 
@@ -249,6 +260,11 @@ std::vector<int> open_listeners(const Options& options, std::string* error) {
 // end.
 int open_and_serve(const Options& options, const ParserModule& module) {
   const std::vector<int> inherited = take_inherited_listeners();
+  if (!inherited.empty() && inherited.size() != listener_count(options)) {
+    return refuse("it was handed " + std::to_string(inherited.size()) + " sockets, and needs " +
+                  std::to_string(listener_count(options)) +
+                  ": for --port, --redirect-port and --metrics, as far as they are set");
+  }
   if (!inherited.empty()) {
     return serve_on(inherited, options, module);
   }

@@ -14,11 +14,15 @@ namespace {
 
 constexpr const char* kSource = "module_request.cpp";
 
+int64_t failures_so_far = 0;
+
 struct FreeDeleter {
   void operator()(char* text) const { std::free(text); }
 };
 
 }  // namespace
+
+int64_t failed_saves() { return failures_so_far; }
 
 ModuleRequest::ModuleRequest(const ParserModule& module, const std::vector<Field>& fields,
                              const std::string& language)
@@ -54,6 +58,7 @@ std::vector<std::string> ModuleRequest::take_failures() {
   for (std::string line; std::getline(text, line);) {
     Log_Entry(LOG_LEVEL_ERROR, kSource, __LINE__, "%s", line.c_str());
     lines.push_back(std::move(line));
+    ++failures_so_far;
   }
   return lines;
 }

@@ -3,6 +3,7 @@
 #ifndef HOST_MODULE_REQUEST_H_
 #define HOST_MODULE_REQUEST_H_
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ namespace platen {
 
 // Whatever way it ends, the next request finds no template open and no value held, and the store's
 // failures are in the log.
+// How many failed saves and refused writes the store has told in this process.
+int64_t failed_saves();
+
 class ModuleRequest {
  public:
   // `language` is the code of an installed language. Requires `module` to outlive the object.

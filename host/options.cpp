@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "options.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -28,6 +30,10 @@ struct Path {
   std::string Options::*field;
 };
 
+struct Local {
+  std::string Options::*field;
+};
+
 struct Number {
   int Options::*field;
   int least;
@@ -42,7 +48,7 @@ struct OptionRow {
   std::string_view name;
   std::string_view value;  // how the help calls it
   Use use;
-  std::variant<Flag, Text, Path, Number> target;
+  std::variant<Flag, Text, Path, Local, Number> target;
   std::string_view help;  // empty: for platend's own use
 };
 
@@ -61,6 +67,8 @@ const OptionRow kOptions[] = {
      "the certificate's private key (PEM)"},
     {"--redirect-port", "N", Use::setting, Number{&Options::redirect_port, 0, 65535},
      "port on which plain HTTP is led to HTTPS, 0 for none (0)"},
+    {"--metrics", "IP:PORT", Use::setting, Local{&Options::metrics},
+     "loopback address of /metrics and /health, for monitoring systems (none)"},
     {"--fastcgi", "SOCKET", Use::setting, Path{&Options::fastcgi},
      "start no web server; answer FastCGI on this Unix socket instead"},
     {"--data", "DIR", Use::setting, Path{&Options::data},
@@ -108,6 +116,15 @@ std::string set_number(const Number& target, const std::string& value, Options* 
   return "";
 }
 
+std::string set_local(const Local& target, const std::string& value, Options* options) {
+  if (!local_address(value)) {
+    return " takes a loopback address and a port, such as 127.0.0.1:9100 or [::1]:9100, not \"" +
+           value + "\"";
+  }
+  options->*target.field = value;
+  return "";
+}
+
 // Returns what is to stand behind the option's name in a complaint; empty when there is none.
 std::string set_value(const OptionRow& row, const std::string& value, const std::string& base,
                       Options* options) {
@@ -116,6 +133,9 @@ std::string set_value(const OptionRow& row, const std::string& value, const std:
   }
   if (const auto* number = std::get_if<Number>(&row.target)) {
     return set_number(*number, value, options);
+  }
+  if (const auto* local = std::get_if<Local>(&row.target)) {
+    return set_local(*local, value, options);
   }
   if (const auto* path = std::get_if<Path>(&row.target)) {
     options->*path->field = base.empty() ? value : (std::filesystem::path(base) / value).string();
@@ -141,6 +161,23 @@ Argument split_argument(const std::string& argument) {
 }
 
 }  // namespace
+
+std::optional<LocalAddress> local_address(const std::string& text) {
+  const size_t colon = text.rfind(':');
+  if (colon == std::string::npos) return std::nullopt;
+  const std::string host = text.substr(0, colon);
+  const std::string digits = text.substr(colon + 1);
+  int port = -1;
+  const auto [end, fault] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
+  if (fault != std::errc() || end != digits.data() + digits.size() || port < 0 || port > 65535) {
+    return std::nullopt;
+  }
+  if (host == "[::1]") return LocalAddress{"::1", port};
+  in_addr address{};
+  const bool is_local = inet_pton(AF_INET, host.c_str(), &address) == 1 &&
+                        (ntohl(address.s_addr) >> 24) == IN_LOOPBACKNET;
+  return is_local ? std::optional(LocalAddress{host, port}) : std::nullopt;
+}
 
 bool parse_options(const std::vector<std::string>& arguments, Options* options,
                    std::string* error) {
@@ -201,6 +238,9 @@ std::string contradiction_in(const Options& options) {
   if (!options.certificate.empty()) {
     return "--fastcgi starts no web server, so it takes no --certificate";
   }
+  if (!options.metrics.empty()) {
+    return "--fastcgi starts no web server, so it takes no --metrics";
+  }
   return options.port == defaults.port && options.address == defaults.address
              ? ""
              : "--fastcgi starts no web server, so it goes with neither --port nor --address";
@@ -258,7 +298,9 @@ std::string value_text(const OptionRow& row, const Options& options) {
     return std::to_string(options.*number->field);
   }
   const auto* path = std::get_if<Path>(&row.target);
-  return path != nullptr ? options.*path->field : options.*std::get<Text>(row.target).field;
+  if (path != nullptr) return options.*path->field;
+  const auto* local = std::get_if<Local>(&row.target);
+  return local != nullptr ? options.*local->field : options.*std::get<Text>(row.target).field;
 }
 
 }  // namespace

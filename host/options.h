@@ -3,6 +3,7 @@
 #ifndef HOST_OPTIONS_H_
 #define HOST_OPTIONS_H_
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,6 +27,7 @@ struct Options {
   std::string certificate;  // file with the chain; empty: no TLS
   std::string private_key;
   int redirect_port = 0;  // where plain HTTP is led to TLS; 0: nowhere
+  std::string metrics;    // loopback address and port of the metrics; empty: there are none
   std::string fastcgi;    // Unix socket; empty: platend starts its own web server
   std::string data;       // empty: the device's own paths
   std::string pages;
@@ -61,6 +63,16 @@ std::string fill_defaults(Options* options);
 // Takes over from `fresh` what may change while platend serves. Returns the names of the other
 // settings that differ; they stay.
 std::vector<std::string> take_over(const Options& fresh, Options* options);
+
+// A loopback address with a port.
+struct LocalAddress {
+  std::string host;  // "127.0.0.1", "::1"
+  int port;          // 0: any free one
+};
+
+// Reads "127.0.0.1:9100" or "[::1]:9100"; nothing when the text is no such address, or one that other
+// machines reach.
+std::optional<LocalAddress> local_address(const std::string& text);
 
 // The names of the options that may stand in a configuration file.
 std::vector<std::string> setting_names();

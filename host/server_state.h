@@ -19,6 +19,7 @@ namespace platen {
 // Why a worker has ended.
 enum class EndCause { planned, exit, signal, late };
 inline constexpr size_t kEndCauses = 4;
+inline constexpr const char* kEndCauseNames[kEndCauses] = {"planned", "exit", "signal", "late"};
 
 // A worker that ended before its time. The supervisor writes it.
 struct WorkerEnd {
@@ -31,12 +32,23 @@ struct WorkerEnd {
   std::atomic<bool> is_audited{true};  // false: the audit trail still lacks the form
 };
 
+// How a request was answered: with a status below 400, from 400 to 499, or from 500 on.
+enum class Answer { done, refused, failed };
+inline constexpr size_t kAnswers = 3;
+
+// The longest times, in milliseconds, of the classes in which requests are counted; what takes longer
+// is in one more.
+inline constexpr std::array<int, 12> kTimeClasses = {5,   10,   25,   50,   100,   250,
+                                                     500, 1000, 2500, 5000, 10000, 30000};
+
 struct ServerState {
-  std::atomic<int64_t> started{0};     // seconds since 1970
-  std::atomic<int64_t> started_ms{0};  // monotonic_ms()
-  std::atomic<int64_t> requests{0};    // answered, by a worker that ended too
-  std::atomic<int64_t> refusals{0};    // answered with a status from 400 to 499
-  std::atomic<int64_t> failures{0};    // answered with one from 500 on
+  std::atomic<int64_t> started{0};                       // seconds since 1970
+  std::atomic<int64_t> started_ms{0};                    // monotonic_ms()
+  std::array<std::atomic<int64_t>, kAnswers> answers{};  // requests, of a worker that ended too
+  std::array<std::atomic<int64_t>, kTimeClasses.size() + 1>
+      times{};                       // requests of answering workers
+  std::atomic<int64_t> time_sum{0};  // of those, in microseconds
+  std::atomic<int64_t> failed_saves{0};
   std::array<std::atomic<int64_t>, kEndCauses> ends_by_cause{};
   std::atomic<size_t> end_count{0};  // of those in `ends`, overwritten ones included
   std::array<WorkerEnd, 20> ends;    // a ring

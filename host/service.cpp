@@ -8,6 +8,7 @@
 #include "device/configuration.h"
 #include "error_page.h"
 #include "mailbox_upkeep.h"
+#include "metrics.h"
 #include "platform/log.h"
 #include "policy.h"
 #include "said.h"
@@ -60,6 +61,7 @@ void Service::join(ServerState* server, size_t number) {
 }
 
 Response Service::serve(const Request& request) {
+  if (request.monitors && server_ != nullptr) return answer_monitor(request, *server_, module_);
   try {
     speak(language_of(request));
     keep_history("");  // an upkeep that is resumed is nobody's

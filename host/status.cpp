@@ -27,7 +27,6 @@ constexpr int64_t kMsPerSecond = 1000;
 
 constexpr const char* kPoolRoots[] = {"/tmp/template/pool", "/tarn/template/pool"};
 constexpr const char* kPoolParts[] = {"", "/web", "/mailbox", "/system", "/factory"};
-constexpr const char* kCauses[kEndCauses] = {"planned", "exit", "signal", "late"};
 
 // The templates of a directory in the order of their names; none of one that is not there.
 std::vector<std::string> templates_in(const std::string& directory) {
@@ -41,16 +40,6 @@ std::vector<std::string> templates_in(const std::string& directory) {
   }
   std::ranges::sort(files);
   return files;
-}
-
-// Why the store cannot open a template, or "".
-std::string open_fault(const ParserModule& module, const std::string& file) {
-  TemplateObject object = {};
-  module.construct_template(&object);
-  const bool is_open = module.open_template(&object, file.c_str(), O_RDONLY) != 0;
-  std::string fault = is_open ? "" : module.error(&object);
-  module.destruct_template(&object);
-  return fault;
 }
 
 Json worker_json(const WorkerState& worker, int64_t now) {
@@ -109,6 +98,15 @@ Json disks_json(const std::vector<StoragePlace>& places) {
   return disks;
 }
 
+std::string open_fault(const ParserModule& module, const std::string& file) {
+  TemplateObject object = {};
+  module.construct_template(&object);
+  const bool is_open = module.open_template(&object, file.c_str(), O_RDONLY) != 0;
+  std::string fault = is_open ? "" : module.error(&object);
+  module.destruct_template(&object);
+  return fault;
+}
+
 std::vector<std::string> pool_directories(const std::vector<std::string>& roots) {
   std::vector<std::string> directories;
   for (const std::string& root : roots) {
@@ -141,13 +139,22 @@ Json processes_json(const ServerState& server) {
   for (const WorkerState& worker : server.workers) {
     if (worker.process != 0) workers.push_back(worker_json(worker, now));
   }
+  const auto answered = [&](Answer answer) {
+    return server.answers[static_cast<size_t>(answer)].load();
+  };
+  const int64_t refusals = answered(Answer::refused);
+  const int64_t failures = answered(Answer::failed);
   Json restarts = Json::object();
-  for (size_t i = 0; i < kEndCauses; ++i) restarts[kCauses[i]] = server.ends_by_cause[i].load();
-  return {
-      {"started", utc_text(server.started)}, {"uptime", (now - server.started_ms) / kMsPerSecond},
-      {"requests", server.requests.load()},  {"refusals", server.refusals.load()},
-      {"failures", server.failures.load()},  {"workers", std::move(workers)},
-      {"restarts", std::move(restarts)},     {"ends", ends_json(server)}};
+  for (size_t i = 0; i < kEndCauses; ++i)
+    restarts[kEndCauseNames[i]] = server.ends_by_cause[i].load();
+  return {{"started", utc_text(server.started)},
+          {"uptime", (now - server.started_ms) / kMsPerSecond},
+          {"requests", answered(Answer::done) + refusals + failures},
+          {"refusals", refusals},
+          {"failures", failures},
+          {"workers", std::move(workers)},
+          {"restarts", std::move(restarts)},
+          {"ends", ends_json(server)}};
 }
 
 Json status_json(const StatusSources& sources) {

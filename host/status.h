@@ -26,6 +26,9 @@ bool is_low(uint64_t free_bytes, uint64_t all_bytes);
 // The disks of the places, one for all places on it: [{"names", "free", "size", "isLow"}].
 Json disks_json(const std::vector<StoragePlace>& places);
 
+// Why the store cannot open a template, in its words, or "".
+std::string open_fault(const ParserModule& module, const std::string& file);
+
 // The directories of pools in `roots`, as "/tmp/template/pool", each root first.
 std::vector<std::string> pool_directories(const std::vector<std::string>& roots);
 

@@ -251,8 +251,7 @@ void Supervisor::keep_end(const WorkerState& state, pid_t process, const std::st
   end.is_audited = post.empty();
   ++server_->end_count;
   if (was_busy) {
-    ++server_->requests;
-    ++server_->failures;
+    ++server_->answers[static_cast<size_t>(Answer::failed)];
   }
 }
 

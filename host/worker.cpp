@@ -10,12 +10,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstring>
 #include <utility>
 
 #include "device/log.h"
 #include "fastcgi_response.h"
+#include "front.h"
 #include "last_answer.h"
+#include "module_request.h"
 #include "query.h"
 #include "said.h"
 #include "visit.h"
@@ -89,6 +92,11 @@ constexpr Header kHeaders[] = {
     {"REMOTE_ADDR", &Request::address},   {"CONTENT_TYPE", &Request::content_type},
 };
 
+// The web server says so of what comes to the address of the metrics; clients cannot.
+bool comes_from_monitor(const FCGX_Request& request) {
+  return !parameter(request, kMonitorParameter).empty();
+}
+
 Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
                 WorkerState* state) {
   Request request;
@@ -97,6 +105,7 @@ Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
   }
   speak(language_of(request));
   request.secure = parameter(fastcgi, "HTTPS") == "on";
+  request.monitors = comes_from_monitor(fastcgi);
   request.content_length = announced_length(fastcgi);
   request.body = std::move(body);
   decode_target(parameter(fastcgi, "REQUEST_URI"), &request.path, &request.query, &request.fault);
@@ -104,14 +113,31 @@ Response answer(const FCGX_Request& fastcgi, std::string body, Service* service,
   return service->serve(request);
 }
 
-void count(const Response& response, ServerState* server, WorkerState* state) {
+Answer answer_of(int status) {
+  if (status >= 500) return Answer::failed;
+  return status >= 400 ? Answer::refused : Answer::done;
+}
+
+void count_time(std::chrono::steady_clock::duration time, ServerState* server) {
+  const int64_t us = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+  const auto* longest = std::ranges::find_if(
+      kTimeClasses, [us](int milliseconds) { return us <= int64_t{milliseconds} * 1000; });
+  ++server->times[static_cast<size_t>(longest - kTimeClasses.begin())];
+  server->time_sum += us;
+}
+
+// Answers a request and counts it, unless somebody only looks at the counters.
+Response answer_counted(const FCGX_Request& fastcgi, std::string body, Service* service,
+                        ServerState* server, WorkerState* state) {
+  const auto begin = std::chrono::steady_clock::now();
+  const int64_t failed_before = failed_saves();
+  Response response = answer(fastcgi, std::move(body), service, state);
   ++state->served;
-  ++server->requests;
-  if (response.status >= 500) {
-    ++server->failures;
-  } else if (response.status >= 400) {
-    ++server->refusals;
-  }
+  if (comes_from_monitor(fastcgi)) return response;
+  ++server->answers[static_cast<size_t>(answer_of(response.status))];
+  server->failed_saves += failed_saves() - failed_before;
+  count_time(std::chrono::steady_clock::now() - begin, server);
+  return response;
 }
 
 // The request was read to its end, so the connection is closed without waiting for the front.
@@ -137,8 +163,7 @@ void serve_connection(int connection, Service* service, ServerState* server, Wor
     promise_last_answer(connection, request.requestId);
     std::string body = read_body(&request);
     if (!front_gave_up(connection)) {
-      const Response response = answer(request, std::move(body), service, state);
-      count(response, server, state);
+      const Response response = answer_counted(request, std::move(body), service, server, state);
       hand_over(&request, response);
     }
   }

@@ -51,6 +51,24 @@ TEST(Options, EndBeforeACommand) {
   EXPECT_TRUE(parsed({"--data", "config"}).command.empty());
 }
 
+TEST(Options, TakeMetricsAtALoopbackAddressOnly) {
+  for (const char* good : {"127.0.0.1:9100", "127.9.8.7:0", "[::1]:65535"}) {
+    EXPECT_EQ(parsed({"--metrics", good}).metrics, good);
+  }
+  for (const char* bad :
+       {"0.0.0.0:9100", "192.0.2.1:9100", "[::]:9100", "::1:9100", "localhost:9100", "127.0.0.1",
+        "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1", "127.0.0.1:1x", ":9100", "127.1:9100",
+        "[::ffff:127.0.0.1]:1"}) {
+    EXPECT_EQ(
+        fault_of({"--metrics", bad}),
+        "--metrics takes a loopback address and a port, such as 127.0.0.1:9100 or [::1]:9100, "
+        "not \"" +
+            std::string(bad) + "\"");
+  }
+  EXPECT_EQ(fault_of({"--fastcgi", "s", "--metrics", "127.0.0.1:1"}),
+            "--fastcgi starts no web server, so it takes no --metrics");
+}
+
 TEST(Options, PutTheHistoryBelowTheDataElseBelowTheState) {
   EXPECT_EQ(parsed({}).history, "/var/lib/platen/history");
   EXPECT_EQ(parsed({"--state", "s"}).history, "s/history");

@@ -40,10 +40,18 @@ TEST(FrontConfiguration, WaitsLongerThanTheWorkers) {
 
 TEST(TlsConfiguration, LeadsPlainHttpToThePortOfTheOther) {
   const std::string text = tls_configuration("8443", "[::1]:8080");
-  EXPECT_NE(text.find("$SERVER[\"socket\"] == \"[::1]:8080\" { ssl.engine = \"disable\" }\n"),
+  EXPECT_NE(text.find("$SERVER[\"socket\"] == \"[::1]:8080\" { ssl.engine = \"disable\"\n"),
             std::string::npos);
   EXPECT_NE(text.find("\"https://%1:8443${url.path}${qsa}\""), std::string::npos);
   EXPECT_EQ(tls_configuration("8443", "").find("$SERVER"), std::string::npos);
+}
+
+TEST(MonitorConfiguration, MarksTheRequestsOfItsSocketAlone) {
+  EXPECT_EQ(monitor_configuration("127.0.0.1:9100", false),
+            "$SERVER[\"socket\"] == \"127.0.0.1:9100\" {\n"
+            "  setenv.add-environment = ( \"PLATEN_MONITOR\" => \"yes\" )\n}\n");
+  EXPECT_NE(monitor_configuration("[::1]:9100", true).find("  ssl.engine = \"disable\"\n"),
+            std::string::npos);
 }
 
 TEST(CgiText, HoldsStatusLengthHeadersAndBody) {
