@@ -57,7 +57,7 @@ std::string object_of(const Post& post) {
       if (std::string name = field_value(post.fields, field); !name.empty()) return name;
     }
   }
-  const std::string folder = field_value(post.fields, "unsafeUser");
+  std::string folder = field_value(post.fields, "unsafeUser");
   if (!folder.empty()) return folder;
   const std::string brought =
       brings_template(post.form) ? destination_path(post.form, post.fields) : "";

@@ -65,11 +65,12 @@ void TagOutput::gather(const Print& print, Json items, int counter) {
       items_ = clone_groups(items[0].get_ref<const std::string&>());
       break;
     case Gather::member:
-      items_[counter][print.member] = std::move(items[0]);
+      items_[static_cast<size_t>(counter)][print.member] = std::move(items[0]);
       break;
   }
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): see its declaration.
 std::string TagOutput::print(const char* format, va_list& values) noexcept {
   const Print* row = find_print(function_, format);
   if (row == nullptr) {
@@ -85,9 +86,10 @@ std::string TagOutput::print(const char* format, va_list& values) noexcept {
     const size_t conversion = rest.find('%');
     out += statement_.pass(rest.substr(0, conversion));
     if (kind == Value::counter) {
-      counter = va_arg(values, int);
+      counter = va_arg(values, int);  // NOLINT(clang-analyzer-valist.Uninitialized): the caller's
       out += std::to_string(counter);
     } else {
+      // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller's
       const char* text = va_arg(values, const char*);
       out += printed_text(text == nullptr ? "" : text, kind, &items);
     }

@@ -19,9 +19,10 @@ class TagOutput {
   TagOutput(const ParserFunction& function, Format format) : function_(function), format_(format) {}
 
   // Returns the text to append to the page for one call of adiprintf(). In the format json the
-  // items are only gathered, as the row of the print says. A print that the function's row does not list is a fault of the page,
-  // as nothing is known about its values: nothing is printed then. Memory that runs out ends the
-  // process.
+  // items are only gathered, as the row of the print says. A print that the function's row does not
+  // list is a fault of the page, as nothing is known about its values: nothing is printed then.
+  // Memory that runs out ends the process.
+  // NOLINTNEXTLINE(bugprone-exception-escape): what is thrown nevertheless has to end the process.
   std::string print(const char* format, va_list& values) noexcept;
 
   // Returns the text that follows the last print: the gathered items as a JSON array.
