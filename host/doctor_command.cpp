@@ -104,7 +104,7 @@ void tell_options(Case* told) {
                                    ", so nothing of it is below; platend --check tells them");
   }
   for (const auto& [name, value] : setting_values(told->options)) {
-    told->line(name + " = " + value);
+    told->line(std::string(name).append(" = ").append(value));
   }
   if (told->configuration_faults > 0) return;
   told->line(

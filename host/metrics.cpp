@@ -89,7 +89,7 @@ std::string save_fault(const std::string& directory) {
   const std::string bytes(kProbeBytes, '\n');
   errno = ENOSPC;
   const bool is_written = write(file, bytes.data(), bytes.size()) == ssize_t{kProbeBytes};
-  const std::string fault = is_written ? "" : directory + ": " + strerror(errno);
+  std::string fault = is_written ? "" : directory + ": " + strerror(errno);
   close(file);
   return fault;
 }
