@@ -13,6 +13,7 @@ import {
   program,
   request,
   run,
+  source,
   startPlatend,
   temporaryDirectory,
   writeFiles,
@@ -149,7 +150,8 @@ test('missing directories of the device are told with what to do', async (t) => 
   const { code, stderr } = await runIn(
     [
       ...['--tmpfs', '/var/spool', '--tmpfs', '/tmp'],
-      ...['--bind', directory, directory, '--dir', '/tmp/template/pool'],
+      ...[source, build, directory].flatMap((place) => ['--bind', place, place]), // they may lie in /tmp
+      ...['--dir', '/tmp/template/pool'],
     ],
     ['--check', '--pages', 'pages', '--settings', 'data/etc'],
     { cwd: directory },
