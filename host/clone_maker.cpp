@@ -4,14 +4,14 @@
 
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "clone_secrets.h"
 #include "device/configuration.h"
+#include "file_bytes.h"
 #include "moment.h"
 #include "output_format.h"
 #include "platform/configapi.h"
@@ -25,15 +25,8 @@ namespace {
 // A template as it was read.
 struct ReadFile {
   std::string path;
-  std::string bytes;
-  bool is_whole;
+  std::optional<std::string> bytes;  // nothing: it cannot be read
 };
-
-ReadFile read_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  return {path, std::move(bytes), file.good() || file.eof()};
-}
 
 // Reads them while every directory is locked, as the store locks it to save.
 std::vector<ReadFile> read_files(const CloneContents& contents, const std::set<int>& tokens,
@@ -49,8 +42,8 @@ std::vector<ReadFile> read_files(const CloneContents& contents, const std::set<i
   }
   size_t bytes = 0;
   for (const std::string& path : contents.templates(tokens)) {
-    files.push_back(read_file(path));
-    bytes += files.back().bytes.size();
+    files.push_back({path, file_bytes(path)});
+    bytes += files.back().bytes.value_or("").size();
     if (bytes <= kLongestClone) continue;
     *fault = said("These groups are too much for one clone file. Choose fewer of them.");
     break;
@@ -61,7 +54,7 @@ std::vector<ReadFile> read_files(const CloneContents& contents, const std::set<i
 // Adds one template, or says why it is left out.
 void add_template(const ParserModule& module, const CloneContents& contents, const ReadFile& file,
                   CloneDocument* document) {
-  if (!file.is_whole) {
+  if (!file.bytes) {
     document->left_out.push_back({file.path, said("The file cannot be read.")});
     return;
   }
@@ -69,8 +62,8 @@ void add_template(const ParserModule& module, const CloneContents& contents, con
     document->left_out.push_back({file.path, said("Its name holds bytes that are no text.")});
     return;
   }
-  const StagedFile staged(file.bytes);
-  WithheldText read = withhold_secrets(module, staged.path(), file.bytes);
+  const StagedFile staged(*file.bytes);
+  WithheldText read = withhold_secrets(module, staged.path(), *file.bytes);
   if (!read.fault.empty()) {
     document->left_out.push_back({file.path, store_words(read.fault, staged.path(), file.path)});
     return;

@@ -5,9 +5,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -15,6 +15,7 @@
 #include "clone_maker.h"
 #include "clone_secrets.h"
 #include "field_rules.h"
+#include "file_bytes.h"
 #include "mailbox_spool.h"
 #include "platform/configapi.h"
 #include "policy.h"
@@ -91,11 +92,6 @@ bool exists(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0;
 }
 
-std::string read_bytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 bool is_in_mailbox(const std::string& path) {
   return path.starts_with(std::string(kMailboxPool) + "/");
 }
@@ -170,7 +166,9 @@ std::string lay_over(const ParserModule& module, const ClonedTemplate& file, boo
 CloneItem compare_template(const CloneTarget& target, const ClonedTemplate& file) {
   CloneItem item{CloneItem::Kind::file, file.path, file.group};
   const bool is_new = !exists(file.path);
-  item.present = is_new ? "" : read_bytes(file.path);
+  const auto present = file_bytes(file.path);
+  const std::string unreadable = is_new || present ? "" : std::strerror(errno);
+  item.present = present.value_or("");
   item.note = template_note(file, is_new);
   const std::string fault = lay_over(target.module, file, is_new, &item);
   if (!fault.empty()) item.note = said("The present file cannot be read: {1}", fault);
@@ -178,7 +176,9 @@ CloneItem compare_template(const CloneTarget& target, const ClonedTemplate& file
   item.state = is_new    ? CloneItem::State::added
                : is_same ? CloneItem::State::same
                          : CloneItem::State::changed;
-  const std::string block = template_block(file.path, is_new);
+  const std::string block = unreadable.empty()
+                                ? template_block(file.path, is_new)
+                                : said("The present file cannot be read: {1}", unreadable);
   if (block.empty()) return item;
   item.state = CloneItem::State::blocked;
   item.note = block;
